@@ -1,0 +1,34 @@
+#ifndef UTF_H
+#define UTF_H
+
+// The whole interface of the library: its value types, its start and end, and the companion
+// modules' types that appear in its signatures. Link utf::utf.
+
+// Companion modules.
+#include "KPTatr.h"
+#include "KPTcow.h"
+#include "KPTgsl.h"
+#include "KPTmem.h"
+#include "KPTnex.h"
+#include "aio_ostream.h"
+#include "atr_String.h"
+#include "cls_Uid.h"
+#include "cow_1DArray.h"
+#include "cow_1DArrayList.h"
+#include "cow_2DArray.h"
+#include "cow_String.h"
+#include "gsl_Matrix.h"
+#include "gsl_Plane.h"
+#include "gsl_Point.h"
+#include "gsl_Vector.h"
+#include "nex_AssertException.h"
+#include "nex_Exception.h"
+
+// The library.
+#include "res_DataTypeEnm.h"
+#include "utf_Assert.h"
+#include "utf_EngineeringData.h"
+#include "utf_Export.h"
+#include "utf_Lifecycle.h"
+
+#endif
