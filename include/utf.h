@@ -25,6 +25,7 @@
 #include "nex_Exception.h"
 
 // The library.
+#include "utf_numerics.h"
 #include "res_DataTypeEnm.h"
 #include "utf_Assert.h"
 #include "utf_EngineeringData.h"

@@ -35,6 +35,12 @@ int main() {
   const utf_EngineeringDataPtr<float> copy(view.Copy());
   check(copy->ownsData() && copy->data()[1] == 3.0f && !view.ownsData(), "Copy of a float view");
 
+  const double identity[9] = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+  double q[4] = {9, 9, 9, 9};
+  const int scalarLast = 0;
+  CALQUAT(q, identity, &scalarLast);
+  check(q[0] == 0 && q[1] == 0 && q[2] == 0 && q[3] == 1, "CALQUAT of the identity");
+
   try {
     UTF_ASSERT(value.size() == 4, "include/utf_Consumer", 12);
     check(false, "assertion raised");
