@@ -31,5 +31,10 @@
 #include "utf_EngineeringData.h"
 #include "utf_Export.h"
 #include "utf_Lifecycle.h"
+#include "utf_Quat2dBase.h"
+#include "utf_Quat3dBase.h"
+#include "utf_Quaternion.h"
+#include "utf_QuaternionAdapters.h"
+#include "utf_Vector.h"
 
 #endif
