@@ -35,6 +35,7 @@
 #include "utf_Quat3dBase.h"
 #include "utf_Quaternion.h"
 #include "utf_QuaternionAdapters.h"
+#include "utf_Tensor.h"
 #include "utf_Vector.h"
 
 #endif
