@@ -23,6 +23,7 @@
 #include "cow_1DArrayList.h"
 #include "res_DataTypeEnm.h"
 #include "utf_Export.h"
+#include "utf_Print.h"
 
 #include <cstddef>
 #include <memory>
@@ -203,10 +204,7 @@ utf_EngineeringData<T>* utf_EngineeringData<T>::Copy() const {
 template <typename T>
 void utf_EngineeringData<T>::Print(aio_ostream& out, int /*indent*/) const {
   out << "Engineering data: ";
-  for (int i = 0; i < m_size; ++i) {
-    out.print_double(static_cast<double>(m_data[i]));
-    out << " ";
-  }
+  utf_printEach(out, m_data, m_size);
   out.put('\n');
   out.flush();
 }

@@ -21,12 +21,12 @@
 // as the caller had them. Callers that want the full table use utf_Quaternion<T>::cosines().
 
 #include "aio_ostream.h"
-#include "cow_String.h"
 #include "gsl_Matrix.h"
 #include "gsl_Plane.h"
 #include "gsl_Point.h"
 #include "gsl_Vector.h"
 #include "utf_Export.h"
+#include "utf_Print.h"
 
 #include <cmath>
 
@@ -71,9 +71,6 @@ public:
   void Print(aio_ostream& os, int indent) const;
 
 private:
-  // `indent` blanks (none for indent <= 0).
-  static cow_String indentation(int indent);
-
   T* m_q;
 };
 
@@ -163,54 +160,13 @@ void utf_Quat2dBase<T>::toVector(T* v) const {
 }
 
 template <typename T>
-cow_String utf_Quat2dBase<T>::indentation(int indent) {
-  cow_String blanks;
-  for (int i = 0; i < indent; ++i) {
-    blanks.Append(" ");
-  }
-  return blanks;
-}
-
-template <typename T>
 void utf_Quat2dBase<T>::Print(aio_ostream& os, int indent) const {
-  const cow_String blanks = indentation(indent);
-  os << blanks << "Qauternion: ";
-  for (int i = 0; i < 2; ++i) {
-    os.print_double(static_cast<double>(m_q[i]));
-    os << " ";
-  }
-  os.put('\n');
-  os.flush();
-
   T v[3];
   toVector(v);
-  os << blanks << "    "
-     << "As Vector: ";
-  os.print_double(static_cast<double>(v[0]));
-  os << " ";
-  os.print_double(static_cast<double>(v[1]));
-  os << " ";
-  os.print_double(static_cast<double>(v[2]));
-  os.put('\n');
-  os.flush();
-
-  os << blanks << "    "
-     << "As transformation matrix:";
-  os.put('\n');
-  os.flush();
-
   // A fresh table: c[2][0] and c[2][1], which cosines leaves alone, print as zeros.
   T table[3][3] = {};
   cosines(table);
-  for (int i = 0; i < 3; ++i) {
-    os << blanks << "        ";
-    for (int j = 0; j < 3; ++j) {
-      os.print_double(static_cast<double>(table[i][j]));
-      os << " ";
-    }
-    os.put('\n');
-    os.flush();
-  }
+  utf_printKernel(os, indent, m_q, 2, v, table);
 }
 
 extern template class utf_Quat2dBase<float>;

@@ -25,12 +25,12 @@
 // toVector forms its factor in double and rounds it to float before multiplying.
 
 #include "aio_ostream.h"
-#include "cow_String.h"
 #include "gsl_Matrix.h"
 #include "gsl_Plane.h"
 #include "gsl_Point.h"
 #include "gsl_Vector.h"
 #include "utf_Export.h"
+#include "utf_Print.h"
 #include "utf_numerics.h"
 
 #include <cmath>
@@ -80,8 +80,6 @@ public:
 private:
   // A vector's Cartesian components into three doubles.
   static void cartesian(const gsl_Vector& v, double* out);
-  // `indent` blanks (none for indent <= 0).
-  static cow_String indentation(int indent);
 
   T* m_q;
 };
@@ -208,53 +206,12 @@ void utf_Quat3dBase<T>::toVector(T* v) const {
 }
 
 template <typename T>
-cow_String utf_Quat3dBase<T>::indentation(int indent) {
-  cow_String blanks;
-  for (int i = 0; i < indent; ++i) {
-    blanks.Append(" ");
-  }
-  return blanks;
-}
-
-template <typename T>
 void utf_Quat3dBase<T>::Print(aio_ostream& os, int indent) const {
-  const cow_String blanks = indentation(indent);
-  os << blanks << "Qauternion: ";
-  for (int i = 0; i < 4; ++i) {
-    os.print_double(static_cast<double>(m_q[i]));
-    os << " ";
-  }
-  os.put('\n');
-  os.flush();
-
   T v[3];
   toVector(v);
-  os << blanks << "    "
-     << "As Vector: ";
-  os.print_double(static_cast<double>(v[0]));
-  os << " ";
-  os.print_double(static_cast<double>(v[1]));
-  os << " ";
-  os.print_double(static_cast<double>(v[2]));
-  os.put('\n');
-  os.flush();
-
-  os << blanks << "    "
-     << "As transformation matrix:";
-  os.put('\n');
-  os.flush();
-
-  T table[3][3] = {};
+  T table[3][3];
   cosines(table);
-  for (int i = 0; i < 3; ++i) {
-    os << blanks << "        ";
-    for (int j = 0; j < 3; ++j) {
-      os.print_double(static_cast<double>(table[i][j]));
-      os << " ";
-    }
-    os.put('\n');
-    os.flush();
-  }
+  utf_printKernel(os, indent, m_q, 4, v, table);
 }
 
 extern template class utf_Quat3dBase<float>;

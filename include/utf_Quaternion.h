@@ -36,6 +36,7 @@
 #include "utf_Assert.h"
 #include "utf_EngineeringData.h"
 #include "utf_Export.h"
+#include "utf_Print.h"
 #include "utf_Quat2dBase.h"
 #include "utf_Quat3dBase.h"
 
@@ -373,15 +374,9 @@ bool utf_Quaternion<T>::projectOn(const utf_Quaternion& other, unsigned axis, do
 
 template <typename T>
 void utf_Quaternion<T>::Print(aio_ostream& out, int indent) const {
-  cow_String blanks;
-  for (int i = 0; i < indent; ++i) {
-    blanks.Append(" ");
-  }
+  const cow_String blanks = utf_indentation(indent);
   out << blanks << "Qauternion: ";
-  for (int i = 0; i < this->m_size; ++i) {
-    out.print_double(static_cast<double>(this->m_data[i]));
-    out << " ";
-  }
+  utf_printEach(out, this->m_data, this->m_size);
   out.put('\n');
   out.flush();
 
@@ -395,10 +390,7 @@ void utf_Quaternion<T>::Print(aio_ostream& out, int indent) const {
   const cow_2DArray<T> table = cosines();
   for (int i = 0; i < table.Rows(); ++i) {
     out << blanks << "        ";
-    for (int j = 0; j < table.Cols(); ++j) {
-      out.print_double(static_cast<double>(table.ConstGet(i, j)));
-      out << " ";
-    }
+    utf_printEach(out, table.ConstData() + i * table.Cols(), table.Cols());
     out.put('\n');
     out.flush();
   }

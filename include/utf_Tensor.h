@@ -74,6 +74,7 @@
 #include "res_DataTypeEnm.h"
 #include "utf_EngineeringData.h"
 #include "utf_Export.h"
+#include "utf_Print.h"
 
 #include <cmath>
 #include <cstdint>
@@ -223,15 +224,8 @@ utf_Tensor<T>::utf_Tensor(res_DataTypeEnm type, T* components, bool engineeringS
 
 template <typename T>
 void utf_Tensor<T>::Print(aio_ostream& out, int indent) const {
-  cow_String indentation;
-  for (int i = 0; i < indent; ++i) {
-    indentation.Append(" ");
-  }
-  out << indentation << "Tensor: ";
-  for (int i = 0; i < this->m_size; ++i) {
-    out.print_double(static_cast<double>(this->m_data[i]));
-    out << " ";
-  }
+  out << utf_indentation(indent) << "Tensor: ";
+  utf_printEach(out, this->m_data, this->m_size);
   out.put('\n');
   out.flush();
 }

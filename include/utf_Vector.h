@@ -22,6 +22,7 @@
 #include "utf_Assert.h"
 #include "utf_EngineeringData.h"
 #include "utf_Export.h"
+#include "utf_Print.h"
 #include "utf_Quat2dBase.h"
 #include "utf_Quat3dBase.h"
 
@@ -59,16 +60,18 @@ public:
   T magnitude() const;
 
   // Rotates the components by the rotation's direction-cosine table M = q.cosines():
-  // - a vector of any count but 2 (it must have three components) becomes M (x1, x2, x3);
+  // - a vector of any count but 2 becomes M (x1, x2, x3) (a component it lacks reads as 0 and is
+  //   not written; components beyond the third are left alone);
   // - a two-component vector requires M(2,2) > 0.99, a rotation about the 3-axis only, and
   //   becomes the upper-left 2 x 2 block of M times (x1, x2). Otherwise (also for a NaN) it
   //   fails "coss.ConstGet(2,2) > 0.99 || !\"Not a valid 2D transform\"" and is left unchanged.
   void transform(const utf_Quaternion<T>& q);
   // (x1, x2) becomes the upper-left 2 x 2 block of the 2D kernel's table times (x1, x2). That
-  // table's second row is zeros, so x2 becomes 0; no check is made.
+  // table's second row is zeros, so x2 becomes 0; no check is made. (A component the vector
+  // lacks reads as 0 and is not written.)
   void transform(const utf_Quat2dBase<T>& k);
   // The first three components become the 3D kernel's table times (x1, x2, x3), whatever the
-  // count (it must be at least 3).
+  // count (a component the vector lacks reads as 0 and is not written).
   void transform(const utf_Quat3dBase<T>& k);
 
   // Writes `indent` blanks, "Vector: ", each component followed by one blank, a newline, and
@@ -79,6 +82,13 @@ private:
   // x' = M x for the first three components, M a row-major 3 x 3 table read through `at`.
   template <typename Table>
   void rotate3(const Table& at);
+  // x' = M x for the first two components, M the upper-left 2 x 2 block read through `at`.
+  template <typename Table>
+  void rotate2(const Table& at);
+  // The first `count` components (up to `wanted`), the others 0: a short vector is never read or
+  // written beyond its own components.
+  int readFirst(T* x, int wanted) const;
+  void writeFirst(const T* x, int count);
 };
 
 #include "utf_Quaternion.h"
@@ -119,16 +129,40 @@ T utf_Vector<T>::magnitude() const {
 }
 
 template <typename T>
+int utf_Vector<T>::readFirst(T* x, int wanted) const {
+  const int count = this->m_size < wanted ? (this->m_size > 0 ? this->m_size : 0) : wanted;
+  for (int i = 0; i < wanted; ++i) {
+    x[i] = i < count ? this->m_data[i] : T(0);
+  }
+  return count;
+}
+
+template <typename T>
+void utf_Vector<T>::writeFirst(const T* x, int count) {
+  for (int i = 0; i < count; ++i) {
+    this->m_data[i] = x[i];
+  }
+}
+
+template <typename T>
 template <typename Table>
 void utf_Vector<T>::rotate3(const Table& at) {
-  T* x = this->m_data;
+  T x[3];
+  const int count = readFirst(x, 3);
   // Every new component is formed before any is stored: each reads the original three.
-  const T x1 = at(0, 0) * x[0] + at(0, 1) * x[1] + at(0, 2) * x[2];
-  const T x2 = at(1, 0) * x[0] + at(1, 1) * x[1] + at(1, 2) * x[2];
-  const T x3 = at(2, 0) * x[0] + at(2, 1) * x[1] + at(2, 2) * x[2];
-  x[0] = x1;
-  x[1] = x2;
-  x[2] = x3;
+  const T rotated[3] = {at(0, 0) * x[0] + at(0, 1) * x[1] + at(0, 2) * x[2],
+                        at(1, 0) * x[0] + at(1, 1) * x[1] + at(1, 2) * x[2],
+                        at(2, 0) * x[0] + at(2, 1) * x[1] + at(2, 2) * x[2]};
+  writeFirst(rotated, count);
+}
+
+template <typename T>
+template <typename Table>
+void utf_Vector<T>::rotate2(const Table& at) {
+  T x[2];
+  const int count = readFirst(x, 2);
+  const T rotated[2] = {at(0, 0) * x[0] + at(0, 1) * x[1], at(1, 0) * x[0] + at(1, 1) * x[1]};
+  writeFirst(rotated, count);
 }
 
 template <typename T>
@@ -141,22 +175,14 @@ void utf_Vector<T>::transform(const utf_Quaternion<T>& q) {
   // clang-format off
   UTF_ASSERT(coss.ConstGet(2,2) > 0.99 || !"Not a valid 2D transform", "include/utf_Vector", utf_VectorAssertLine::not2dTransform);
   // clang-format on
-  T* x = this->m_data;
-  const T x1 = coss.ConstGet(0, 0) * x[0] + coss.ConstGet(0, 1) * x[1];
-  const T x2 = coss.ConstGet(1, 0) * x[0] + coss.ConstGet(1, 1) * x[1];
-  x[0] = x1;
-  x[1] = x2;
+  rotate2([&coss](int i, int j) { return coss.ConstGet(i, j); });
 }
 
 template <typename T>
 void utf_Vector<T>::transform(const utf_Quat2dBase<T>& k) {
   T m[3][3] = {};
   k.cosines(m);
-  T* x = this->m_data;
-  const T x1 = m[0][0] * x[0] + m[0][1] * x[1];
-  const T x2 = m[1][0] * x[0] + m[1][1] * x[1];
-  x[0] = x1;
-  x[1] = x2;
+  rotate2([&m](int i, int j) { return m[i][j]; });
 }
 
 template <typename T>
@@ -168,15 +194,8 @@ void utf_Vector<T>::transform(const utf_Quat3dBase<T>& k) {
 
 template <typename T>
 void utf_Vector<T>::Print(aio_ostream& os, int indent) const {
-  cow_String blanks;
-  for (int i = 0; i < indent; ++i) {
-    blanks.Append(" ");
-  }
-  os << blanks << "Vector: ";
-  for (int i = 0; i < this->m_size; ++i) {
-    os.print_double(static_cast<double>(this->m_data[i]));
-    os << " ";
-  }
+  os << utf_indentation(indent) << "Vector: ";
+  utf_printEach(os, this->m_data, this->m_size);
   os.put('\n');
   os.flush();
 }

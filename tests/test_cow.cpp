@@ -24,19 +24,19 @@ private:
 
 template <typename T>
 class Cow1DArray : public ::testing::Test {};
-TYPED_TEST_SUITE(Cow1DArray, utf_Precisions);
+TYPED_TEST_SUITE(Cow1DArray, utf_Precisions, utf_PrecisionNames);
 
 template <typename T>
 class Cow1DArrayList : public ::testing::Test {};
-TYPED_TEST_SUITE(Cow1DArrayList, utf_Precisions);
+TYPED_TEST_SUITE(Cow1DArrayList, utf_Precisions, utf_PrecisionNames);
 
 template <typename T>
 class CowNestedList : public ::testing::Test {};
-TYPED_TEST_SUITE(CowNestedList, utf_Precisions);
+TYPED_TEST_SUITE(CowNestedList, utf_Precisions, utf_PrecisionNames);
 
 template <typename T>
 class Cow2DArray : public ::testing::Test {};
-TYPED_TEST_SUITE(Cow2DArray, utf_Precisions);
+TYPED_TEST_SUITE(Cow2DArray, utf_Precisions, utf_PrecisionNames);
 
 // ---------------------------------------------------------------------------------------------
 // cow_1DArray

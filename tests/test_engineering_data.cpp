@@ -44,7 +44,7 @@ T* callerArray(std::initializer_list<T> values) {
 
 template <typename T>
 class EngineeringData : public ::testing::Test {};
-TYPED_TEST_SUITE(EngineeringData, utf_Precisions);
+TYPED_TEST_SUITE(EngineeringData, utf_Precisions, utf_PrecisionNames);
 
 TYPED_TEST(EngineeringData, FiveFieldsInOrderAndNothingElse) {
   using T = TypeParam;

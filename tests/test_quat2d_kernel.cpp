@@ -27,7 +27,7 @@ void halfAngles(double t, T* q) {
 
 template <typename T>
 class Quat2dKernel : public ::testing::Test {};
-TYPED_TEST_SUITE(Quat2dKernel, utf_Precisions);
+TYPED_TEST_SUITE(Quat2dKernel, utf_Precisions, utf_PrecisionNames);
 
 TYPED_TEST(Quat2dKernel, IsAHandleOverTheCallerValues) {
   using T = TypeParam;

@@ -74,7 +74,7 @@ void expectValues(const T* actual, T x, T y, T z, T w) {
 
 template <typename T>
 class Quat3dKernel : public ::testing::Test {};
-TYPED_TEST_SUITE(Quat3dKernel, utf_Precisions);
+TYPED_TEST_SUITE(Quat3dKernel, utf_Precisions, utf_PrecisionNames);
 
 TYPED_TEST(Quat3dKernel, IsAHandleOverTheCallerValues) {
   using T = TypeParam;

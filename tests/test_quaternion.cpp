@@ -104,7 +104,7 @@ cow_2DArray<T> tableFrom(int rows, int cols, std::initializer_list<T> values) {
 
 template <typename T>
 class Quaternion : public ::testing::Test {};
-TYPED_TEST_SUITE(Quaternion, utf_Precisions);
+TYPED_TEST_SUITE(Quaternion, utf_Precisions, utf_PrecisionNames);
 
 // --- construction --------------------------------------------------------------------------------
 

@@ -55,7 +55,7 @@ void expectRowsEqualTable(const Rows<T>& rows, const cow_2DArray<T>& table) {
 
 template <typename T>
 class QuaternionAdapter : public ::testing::Test {};
-TYPED_TEST_SUITE(QuaternionAdapter, utf_Precisions);
+TYPED_TEST_SUITE(QuaternionAdapter, utf_Precisions, utf_PrecisionNames);
 
 TYPED_TEST(QuaternionAdapter, IsAQuaternionWithAClassIdentityOfItsOwnAndNoField) {
   using T = TypeParam;

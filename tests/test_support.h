@@ -10,9 +10,19 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <type_traits>
 
 // The two instantiations of every value type.
 using utf_Precisions = ::testing::Types<float, double>;
+
+// Names the instantiations in test names ("float", "double"):
+// TYPED_TEST_SUITE(Fixture, utf_Precisions, utf_PrecisionNames).
+struct utf_PrecisionNames {
+  template <typename T>
+  static std::string GetName(int) {
+    return std::is_same<T, float>::value ? "float" : "double";
+  }
+};
 
 // Runs `action`, which must fail a library assertion, and checks that the exception carries the
 // expression text, source file and line exactly.

@@ -12,7 +12,7 @@ namespace {
 
 template <typename T>
 class TensorInvariants : public ::testing::Test {};
-TYPED_TEST_SUITE(TensorInvariants, utf_Precisions);
+TYPED_TEST_SUITE(TensorInvariants, utf_Precisions, utf_PrecisionNames);
 
 const res_DataTypeEnm kType5 = static_cast<res_DataTypeEnm>(5);
 

@@ -20,7 +20,7 @@ using Real = long double;
 
 template <typename T>
 class TensorProperties : public ::testing::Test {};
-TYPED_TEST_SUITE(TensorProperties, utf_Precisions);
+TYPED_TEST_SUITE(TensorProperties, utf_Precisions, utf_PrecisionNames);
 
 const res_DataTypeEnm kLayouts[] = {res_Tensor3dFull, res_Tensor3dPlanar, res_Tensor3dSurface,
                                     res_Tensor2dPlanar, res_Tensor2dSurface};

@@ -16,7 +16,7 @@ namespace {
 
 template <typename T>
 class TensorValue : public ::testing::Test {};
-TYPED_TEST_SUITE(TensorValue, utf_Precisions);
+TYPED_TEST_SUITE(TensorValue, utf_Precisions, utf_PrecisionNames);
 
 const res_DataTypeEnm kTensorTypes[] = {res_Tensor3dFull, res_Tensor3dPlanar, res_Tensor3dSurface,
                                         res_Tensor2dPlanar, res_Tensor2dSurface};

@@ -51,7 +51,7 @@ void randomUnitQuaternion(T* q) {
 
 template <typename T>
 class Vector : public ::testing::Test {};
-TYPED_TEST_SUITE(Vector, utf_Precisions);
+TYPED_TEST_SUITE(Vector, utf_Precisions, utf_PrecisionNames);
 
 // --- construction and ownership ------------------------------------------------------------------
 
@@ -331,6 +331,48 @@ TYPED_TEST(Vector, TransformByAKernelAllocatesNothing) {
   v.transform(utf_Quat2dBase<T>(q2));
   EXPECT_GT(v.magnitude(), T(0));
   EXPECT_EQ(counter.Count(), 0);
+}
+
+// --- vectors shorter than the rotation ---------------------------------------------------------
+
+TYPED_TEST(Vector, AShortVectorIsRotatedWithItsMissingComponentsReadAsZero) {
+  using T = TypeParam;
+  // A quarter turn about axis 3: the table's rows are (0, 1, 0), (-1, 0, 0), (0, 0, 1) in
+  // exact arithmetic; the one-component vector (2) reads as (2, 0, 0) and keeps only its x1.
+  const T s = static_cast<T>(std::sqrt(0.5));
+  const T q[4] = {T(0), T(0), s, s};
+  const utf_Quaternion<T> quarter(res_Rotation3d, q);
+  const cow_2DArray<T> m = quarter.cosines();
+  T storage[2] = {T(2), T(99)};
+  utf_Vector<T> single(storage, 1);
+  single.transform(quarter);
+  EXPECT_EQ(bitsOf(single.data()[0]),
+            bitsOf(T(m.ConstGet(0, 0) * T(2) + m.ConstGet(0, 1) * T(0) + m.ConstGet(0, 2) * T(0))));
+  EXPECT_EQ(storage[1], T(99)) << "nothing beyond the vector's one component is written";
+
+  T spatial[4] = {T(0), T(0), s, s};
+  T pair[3] = {T(1), T(3), T(77)};
+  utf_Vector<T> two(pair, 2);
+  two.transform(utf_Quat3dBase<T>(spatial));
+  EXPECT_EQ(bitsOf(two.data()[0]),
+            bitsOf(T(m.ConstGet(0, 0) * T(1) + m.ConstGet(0, 1) * T(3) + m.ConstGet(0, 2) * T(0))));
+  EXPECT_EQ(bitsOf(two.data()[1]),
+            bitsOf(T(m.ConstGet(1, 0) * T(1) + m.ConstGet(1, 1) * T(3) + m.ConstGet(1, 2) * T(0))));
+  EXPECT_EQ(pair[2], T(77)) << "the kernel path writes only the vector's two components";
+}
+
+TYPED_TEST(Vector, AnEmptyVectorIsLeftAloneByEveryTransform) {
+  using T = TypeParam;
+  utf_Vector<T> empty{cow_1DArrayList<T>()};
+  const T q[4] = {T(0), T(0.6), T(0), T(0.8)};
+  T raw3[4] = {T(0), T(0.6), T(0), T(0.8)};
+  T raw2[2] = {T(0.6), T(0.8)};
+  empty.transform(utf_Quaternion<T>(res_Rotation3d, q));
+  empty.transform(utf_Quat3dBase<T>(raw3));
+  empty.transform(utf_Quat2dBase<T>(raw2));
+  EXPECT_EQ(empty.size(), 0);
+  EXPECT_EQ(empty.data(), nullptr);
+  EXPECT_EQ(empty.magnitude(), T(0));
 }
 
 // --- Print ---------------------------------------------------------------------------------------
