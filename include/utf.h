@@ -25,7 +25,6 @@
 #include "nex_Exception.h"
 
 // The library.
-#include "utf_numerics.h"
 #include "res_DataTypeEnm.h"
 #include "utf_Assert.h"
 #include "utf_EngineeringData.h"
@@ -36,6 +35,8 @@
 #include "utf_Quaternion.h"
 #include "utf_QuaternionAdapters.h"
 #include "utf_Tensor.h"
+#include "utf_TensorKernels.h"
 #include "utf_Vector.h"
+#include "utf_numerics.h"
 
 #endif

@@ -44,6 +44,21 @@ public:
   // The four values this kernel works on (the tensor kernels read the rotation through it).
   T* data() const { return m_q; }
 
+  // The diagonal of the direction-cosine table, each entry a sum of four squares formed in T from
+  // the left (never 1 - 2(...)): cosines() and the tensor kernels both take the diagonal from
+  // these three.
+  //   [0][0] = x^2 - y^2 - z^2 + w^2,  [1][1] = -x^2 + y^2 - z^2 + w^2,
+  //   [2][2] = -x^2 - y^2 + z^2 + w^2
+  T cosine00() const {
+    return m_q[0] * m_q[0] - m_q[1] * m_q[1] - m_q[2] * m_q[2] + m_q[3] * m_q[3];
+  }
+  T cosine11() const {
+    return -m_q[0] * m_q[0] + m_q[1] * m_q[1] - m_q[2] * m_q[2] + m_q[3] * m_q[3];
+  }
+  T cosine22() const {
+    return -m_q[0] * m_q[0] - m_q[1] * m_q[1] + m_q[2] * m_q[2] + m_q[3] * m_q[3];
+  }
+
   // The rotation whose new axes are the three given vectors. Each vector's Cartesian value is
   // taken as component / h per component, 0 where the homogeneous weight h is exactly 0. A
   // left-handed frame (X x Y not pointing along Z, a NaN counting as left-handed) is repaired by
@@ -146,15 +161,15 @@ void utf_Quat3dBase<T>::cosines(T (*c)[3]) const {
   const T z = m_q[2];
   const T w = m_q[3];
   // Off the diagonal: the bracket in T, the factor 2 in double, one rounding back to T.
-  c[0][0] = x * x - y * y - z * z + w * w;
+  c[0][0] = cosine00();
   c[0][1] = static_cast<T>(2.0 * static_cast<double>(x * y + z * w));
   c[0][2] = static_cast<T>(2.0 * static_cast<double>(x * z - y * w));
   c[1][0] = static_cast<T>(2.0 * static_cast<double>(x * y - z * w));
-  c[1][1] = -x * x + y * y - z * z + w * w;
+  c[1][1] = cosine11();
   c[1][2] = static_cast<T>(2.0 * static_cast<double>(y * z + x * w));
   c[2][0] = static_cast<T>(2.0 * static_cast<double>(x * z + y * w));
   c[2][1] = static_cast<T>(2.0 * static_cast<double>(y * z - x * w));
-  c[2][2] = -x * x - y * y + z * z + w * w;
+  c[2][2] = cosine22();
 }
 
 template <typename T>

@@ -67,19 +67,63 @@
 //   overflow the squares of the double-precision computation.
 // The in-plane pair of planar and surface layouts uses a half-angle rotation, which is accurate
 // to a few epsilon of the largest in-plane value.
+//
+// Transformation. A tensor rotates its own components in place, keeping its data type, count and
+// storage, in one of two ways:
+// - transform(q, engineeringShear): by a rotation value whose type must be QuaternionType() (7
+//   for the 3D layouts 9, 10, 11; 6 for the 2D layouts 12, 13). Allocation-free; the cosines are
+//   formed as scalars exactly as the tensor component kernels (utf_TensorKernels.h) form them.
+// - transformControl(table) and transformControl(q, ignored): by a 3 x 3 table of direction
+//   cosines D through the full matrix product D^T S D, back in the tensor's own layout.
+// Both take D (or A, the rotation's table: row r is new axis r in old components) the transposed
+// way round, S' = A^T S A: they take a tensor given on the new axes back to the old ones. The
+// kernels of utf_TensorKernels.h turn the OPPOSITE way, S' = A S A^T, and the difference is
+// deliberate. A 90-degree turn about axis 3, q = (0, 0, sqrt(1/2), sqrt(1/2)), on a full tensor:
+//   kernel:    S'13 =  S23,  S'23 = -S13
+//   transform: S'13 = -S23,  S'23 =  S13
+// (both give S'11 = S22, S'22 = S11, S'12 = -S12, S'33 = S33).
+// Failed preconditions raise nex_AssertException with the source "include/utf_Tensor":
+// - line 884, "q.type() == QuaternionType()": transform by a rotation of the wrong dimension;
+// - line 830, "coss.ConstGet(2,2) > 0.9 && \"Transformation not normal\"": the normality rule
+//   of transformControl. A non-full tensor (10, 11, 12, 13) may only be rotated by a table whose
+//   third axis stays within about 25.8 degrees of the old one (D(2,2), widened to double, must
+//   exceed 0.9; a NaN fails), so that the plane of the planar or surface tensor is kept.
+// The tensor is unchanged when an assertion fails.
+//
+// Principal directions. principalDirections gives the principal values with the principal frame
+// as a rotation (the rows of its direction-cosine table are the principal directions), computed
+// in double by the numerical routine CALPRINQ on a widened copy of the components (the tensor
+// itself never changes). principalDirectionsRelative expresses that frame relative to a
+// reference frame.
 
 #include "aio_ostream.h"
 #include "cow_1DArrayList.h"
+#include "cow_2DArray.h"
 #include "cow_String.h"
 #include "res_DataTypeEnm.h"
+#include "utf_Assert.h"
 #include "utf_EngineeringData.h"
 #include "utf_Export.h"
 #include "utf_Print.h"
+#include "utf_Quat2dBase.h"
+#include "utf_Quat3dBase.h"
+#include "utf_Quaternion.h"
+#include "utf_TensorKernels.h"
+#include "utf_numerics.h"
 
 #include <cmath>
 #include <cstdint>
 #include <limits>
 #include <utility>
+
+// Where the assertions of utf_Tensor<T> report themselves (source "include/utf_Tensor").
+struct utf_TensorAssertLine {
+  // transform by a rotation whose type is not QuaternionType(): "q.type() == QuaternionType()".
+  static constexpr int rotationType = 884;
+  // transformControl of a non-full tensor by a table that tilts its plane:
+  // "coss.ConstGet(2,2) > 0.9 && \"Transformation not normal\"".
+  static constexpr int notNormal = 830;
+};
 
 template <typename T>
 class UTF_EXPORT utf_Tensor : public utf_EngineeringData<T> {
@@ -157,6 +201,70 @@ public:
   // instantiations, narrowed on storing; closed form, no iteration, no allocation.
   void computePrincipal(T& p1, T& p2, T& p3) const;
 
+  // Transformation.
+
+  // Rotates the components in place by q in the sense S' = A^T S A, A the rotation's
+  // direction-cosine table (row r is new axis r in old components): a tensor given on the new
+  // axes is brought back to the old ones. The component kernels of utf_TensorKernels.h turn the
+  // components the opposite way, S' = A S A^T, on purpose. With a 90-degree turn about axis 3,
+  // q = (0, 0, sqrt(1/2), sqrt(1/2)), on a full tensor:
+  //   kernel:    S'13 =  S23,  S'23 = -S13
+  //   transform: S'13 = -S23,  S'23 =  S13
+  // q must be of type QuaternionType(); otherwise the assertion "q.type() == QuaternionType()"
+  // (line 884) fails before anything is changed. `engineeringShear` says whether the shear slots
+  // hold engineering values: they are halved on entry (value times 0.5) and the computed shears
+  // stored doubled; the tensor's own flag is not consulted. The 3D planar layout drops the S'13
+  // and S'23 that a tilted rotation creates; the 3D surface layout uses only the in-plane block
+  // a11, a12, a21, a22; the 2D layouts keep S33. A type that is no tensor type is left alone.
+  // Products and sums in T, left to right; the cosines are formed by the kernels' own code, so
+  // their float rounding is the kernels'. Allocation-free. A tensor holding fewer components than
+  // its layout reads the missing ones as 0 and writes only its own.
+  void transform(const utf_Quaternion<T>& q, bool engineeringShear);
+  // Rotates by the table: S' = D^T S D through the full 3 x 3 matrices (D read row-major as
+  // coss.ConstGet(i, j); the tensor expanded to full, P = D^T M and Q = P D each accumulated from
+  // zero with i outermost and k innermost, then brought back to the tensor's layout, which drops
+  // Q13, Q23, and for a surface layout Q33). Shears are always taken as tensorial. For the
+  // layouts 12, 10, 11 and 13 the table must keep the plane: D(2,2) > 0.9 (line 830,
+  // "coss.ConstGet(2,2) > 0.9 && \"Transformation not normal\"", checked before anything is
+  // changed; the full layout is never checked, and may be turned by 90 degrees). Neither the
+  // table's shape nor its orthogonality is checked; a table smaller than 3 x 3 makes the table's
+  // own ConstGet throw std::out_of_range, again before anything is changed. Only as many
+  // components as the tensor holds, and the converted layout gives, are written back, so a type
+  // that is no tensor type is left alone. Allocates (the full expansion and the conversion).
+  void transformControl(const cow_2DArray<T>& coss);
+  // transformControl(q.cosines()). The bool is accepted and deliberately ignored: this path never
+  // converts engineering shears (unlike transform(q, true)). No rotation-type check.
+  void transformControl(const utf_Quaternion<T>& q, bool engineeringShear);
+
+  // Principal values and principal directions by CALPRINQ, in double on a widened copy of the
+  // components (the tensor itself never changes); the float instantiation narrows the seven
+  // results at the end. The driver is told: mode 1 (flag clear) or 21 (flag set: it halves the
+  // shears); layout code 7, 8, 9, 10, 11 for the types 9 to 13 (7 for any other type); 3 direct
+  // components (2 for the surface layouts 11, 13); 3 shear components (1 for 10 to 13).
+  // - principal: the three values as the driver sorts them (descending for the full layout; for
+  //   the other layouts only the in-plane pair is ordered, so principal[2] is S33 of a planar
+  //   layout), and 0 as principal[2] for a surface layout.
+  // - quaternion: a 3D layout (9, 10, 11, and any other type) gives the rotation (x, y, z, w)
+  //   whose direction-cosine rows are the principal directions, in the order of the values, as a
+  //   right-handed frame. This includes the 3D surface layout 11: its quaternion values 3 and 4
+  //   (z and w of a turn about axis 3) are kept as the driver gives them, because the layout is
+  //   3D; only its third principal value is zeroed. A 2D layout (12, 13) gives (s, c, 0, 0), the
+  //   2D rotation (sin(t/2), cos(t/2)) followed by two zeros.
+  // Without shear the direct components come back as the values, sorted by the driver: the
+  // identity frame when they are already in descending order, a permutation of the axes
+  // otherwise.
+  void principalDirections(T principal[3], T quaternion[4]) const;
+  // The same principal values, and the principal frame relative to `reference`: the rotation
+  // inverse(R) (x) P, where P is the rotation of principalDirections and R the rotation of type
+  // QuaternionType() built from `reference` by the quaternion's table constructor. That
+  // constructor reads the reference frame's axes from the table's COLUMNS, so a reference equal
+  // to the principal frame itself is the TRANSPOSE of that frame's cosines() table (and gives the
+  // identity, or its negative). 3D layouts give four values; 2D layouts give the two values of
+  // the 2D product followed by 0, 0. The table constructor's assertions apply to `reference`
+  // (source "include/utf_Quaternion"); when one fails, the outputs are left untouched.
+  void principalDirectionsRelative(T principal[3], T quaternion[4],
+                                   const cow_2DArray<T>& reference) const;
+
 private:
   enum class Layout { Full, Planar, Surface };
 
@@ -204,6 +312,20 @@ private:
   static void inplanePrincipal(T s11, T s22, T s12, double f, T& p1, T& p2);
 
   Deviator deviator() const;
+
+  // transform on `s`, which holds at least the layout's components; f is 2 for engineering
+  // shears, else 1. These helpers are defined inline so that transform is one call, without a
+  // call per helper through the library's symbol table.
+  void rotateComponents(T* s, const utf_Quaternion<T>& q, T f, bool engineeringShear) const;
+  // S' = A^T S A per layout, in the order of evaluation of transform.
+  static void rotateFull(T* s, const utf_Quat3dBase<T>& q, T f, bool engineeringShear);
+  static void rotate3dPlanar(T* s, const utf_Quat3dBase<T>& q, T f, bool engineeringShear);
+  static void rotate3dSurface(T* s, const utf_Quat3dBase<T>& q, T f, bool engineeringShear);
+  static void rotate2dPlanar(T* s, const utf_Quat2dBase<T>& q, T f, bool engineeringShear);
+  static void rotate2dSurface(T* s, const utf_Quat2dBase<T>& q, T f, bool engineeringShear);
+
+  // The layout code that CALPRINQ is given for a data type.
+  static int principalLayoutCode(res_DataTypeEnm type);
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -644,6 +766,329 @@ T utf_Tensor<T>::inv3() const {
     return static_cast<T>(std::pow(4.5 * wide, oneThird));
   }
   return static_cast<T>(-std::pow(-4.5 * wide, oneThird));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Transformation: S' = A^T S A, the opposite sense of the tensor component kernels (deliberate).
+
+template <typename T>
+void utf_Tensor<T>::transform(const utf_Quaternion<T>& q, bool engineeringShear) {
+  // clang-format off
+  UTF_ASSERT(q.type() == QuaternionType(), "include/utf_Tensor", utf_TensorAssertLine::rotationType);
+  // clang-format on
+  const T f = engineeringShear ? T(2) : T(1);
+  const int count = utf_tensorComponentCount(this->type());
+  if (this->m_size >= count) {
+    rotateComponents(this->m_data, q, f, engineeringShear);
+    return;
+  }
+  // Fewer stored components than the layout has: the missing ones read as 0 and are not written.
+  T padded[6] = {T(0), T(0), T(0), T(0), T(0), T(0)};
+  for (int i = 0; i < this->m_size; ++i) {
+    padded[i] = this->m_data[i];
+  }
+  rotateComponents(padded, q, f, engineeringShear);
+  for (int i = 0; i < this->m_size; ++i) {
+    this->m_data[i] = padded[i];
+  }
+}
+
+template <typename T>
+inline void utf_Tensor<T>::rotateComponents(T* s, const utf_Quaternion<T>& q, T f,
+                                            bool engineeringShear) const {
+  // A kernel handle over the rotation's values, only read through its const members.
+  T* const rotation = const_cast<T*>(q.data());
+  switch (this->type()) {
+  case res_Tensor3dFull:
+    rotateFull(s, utf_Quat3dBase<T>(rotation), f, engineeringShear);
+    return;
+  case res_Tensor3dPlanar:
+    rotate3dPlanar(s, utf_Quat3dBase<T>(rotation), f, engineeringShear);
+    return;
+  case res_Tensor3dSurface:
+    rotate3dSurface(s, utf_Quat3dBase<T>(rotation), f, engineeringShear);
+    return;
+  case res_Tensor2dPlanar:
+    rotate2dPlanar(s, utf_Quat2dBase<T>(rotation), f, engineeringShear);
+    return;
+  case res_Tensor2dSurface:
+    rotate2dSurface(s, utf_Quat2dBase<T>(rotation), f, engineeringShear);
+    return;
+  default:
+    // No tensor type: nothing to rotate, and no error.
+    return;
+  }
+}
+
+// c_j is column j of the table, (a1j, a2j, a3j): x_j = S c_j, S'ij = c_i . x_j.
+template <typename T>
+inline void utf_Tensor<T>::rotateFull(T* s, const utf_Quat3dBase<T>& q, T f,
+                                      bool engineeringShear) {
+  using S = utf_TensorScaling<T>;
+  if (engineeringShear) {
+    s[3] = S::half(s[3]);
+    s[4] = S::half(s[4]);
+    s[5] = S::half(s[5]);
+  }
+  const utf_TensorCosines3d<T> a(q);
+  const T s11 = s[0], s22 = s[1], s33 = s[2], s12 = s[3], s13 = s[4], s23 = s[5];
+
+  const T x11 = s11 * a.a11 + s12 * a.a21 + s13 * a.a31;
+  const T x12 = s12 * a.a11 + s22 * a.a21 + s23 * a.a31;
+  const T x13 = s13 * a.a11 + s23 * a.a21 + s33 * a.a31;
+  const T x21 = s11 * a.a12 + s12 * a.a22 + s13 * a.a32;
+  const T x22 = s12 * a.a12 + s22 * a.a22 + s23 * a.a32;
+  const T x23 = s13 * a.a12 + s23 * a.a22 + s33 * a.a32;
+  const T x31 = s11 * a.a13 + s12 * a.a23 + s13 * a.a33;
+  const T x32 = s12 * a.a13 + s22 * a.a23 + s23 * a.a33;
+  const T x33 = s13 * a.a13 + s23 * a.a23 + s33 * a.a33;
+
+  const T n11 = a.a11 * x11 + a.a21 * x12 + a.a31 * x13;
+  const T n22 = a.a12 * x21 + a.a22 * x22 + a.a32 * x23;
+  const T n33 = a.a13 * x31 + a.a23 * x32 + a.a33 * x33;
+  const T n12 = f * (a.a11 * x21 + a.a21 * x22 + a.a31 * x23);
+  const T n13 = f * (a.a13 * x11 + a.a23 * x12 + a.a33 * x13);
+  const T n23 = f * (a.a12 * x31 + a.a22 * x32 + a.a32 * x33);
+
+  s[0] = n11;
+  s[1] = n22;
+  s[2] = n33;
+  s[3] = n12;
+  s[4] = n13;
+  s[5] = n23;
+}
+
+// S13 = S23 = 0 assumed; the S'13 and S'23 that a tilt would create are dropped.
+template <typename T>
+inline void utf_Tensor<T>::rotate3dPlanar(T* s, const utf_Quat3dBase<T>& q, T f,
+                                          bool engineeringShear) {
+  using S = utf_TensorScaling<T>;
+  if (engineeringShear) {
+    s[3] = S::half(s[3]);
+  }
+  const utf_TensorCosines3d<T> a(q);
+  const T s11 = s[0], s22 = s[1], s33 = s[2], s12 = s[3];
+
+  const T x11 = s11 * a.a11 + s12 * a.a21;
+  const T x12 = s12 * a.a11 + s22 * a.a21;
+  const T x13 = s33 * a.a31;
+  const T x21 = s11 * a.a12 + s12 * a.a22;
+  const T x22 = s12 * a.a12 + s22 * a.a22;
+  const T x23 = s33 * a.a32;
+  const T x31 = s11 * a.a13 + s12 * a.a23;
+  const T x32 = s12 * a.a13 + s22 * a.a23;
+  const T x33 = s33 * a.a33;
+
+  const T n11 = a.a11 * x11 + a.a21 * x12 + a.a31 * x13;
+  const T n22 = a.a12 * x21 + a.a22 * x22 + a.a32 * x23;
+  const T n33 = a.a13 * x31 + a.a23 * x32 + a.a33 * x33;
+  const T n12 = f * (a.a11 * x21 + a.a21 * x22 + a.a31 * x23);
+
+  s[0] = n11;
+  s[1] = n22;
+  s[2] = n33;
+  s[3] = n12;
+}
+
+// S33 = S13 = S23 = 0 assumed; only a11, a21, a12, a22 are used.
+template <typename T>
+inline void utf_Tensor<T>::rotate3dSurface(T* s, const utf_Quat3dBase<T>& q, T f,
+                                           bool engineeringShear) {
+  using S = utf_TensorScaling<T>;
+  if (engineeringShear) {
+    s[2] = S::half(s[2]);
+  }
+  const utf_TensorCosines3dInPlane<T> a(q);
+  const T s11 = s[0], s22 = s[1], s12 = s[2];
+
+  const T y1a = s11 * a.a11 + s12 * a.a21;
+  const T y1b = s12 * a.a11 + s22 * a.a21;
+  const T y2a = s11 * a.a12 + s12 * a.a22;
+  const T y2b = s12 * a.a12 + s22 * a.a22;
+
+  const T n11 = a.a11 * y1a + a.a21 * y1b;
+  const T n22 = a.a12 * y2a + a.a22 * y2b;
+  const T n12 = f * (a.a11 * y2a + a.a21 * y2b);
+
+  s[0] = n11;
+  s[1] = n22;
+  s[2] = n12;
+}
+
+template <typename T>
+inline void utf_Tensor<T>::rotate2dPlanar(T* s, const utf_Quat2dBase<T>& q, T f,
+                                          bool engineeringShear) {
+  using S = utf_TensorScaling<T>;
+  if (engineeringShear) {
+    s[3] = S::half(s[3]);
+  }
+  const utf_TensorCosines2d<T> b(q);
+  const T s11 = s[0], s22 = s[1], s33 = s[2], s12 = s[3];
+
+  const T y1a = s11 * b.b11 + s12 * b.b21;
+  const T y1b = s12 * b.b11 + s22 * b.b21;
+  const T y2a = s11 * b.b12 + s12 * b.b22;
+  const T y2b = s12 * b.b12 + s22 * b.b22;
+
+  const T n11 = b.b11 * y1a + b.b21 * y1b;
+  const T n22 = b.b12 * y2a + b.b22 * y2b;
+  // The out-of-plane cosine is the constant 1: S33 passes through.
+  const T n33 = T(1) * (s33 * T(1));
+  const T n12 = f * (b.b11 * y2a + b.b21 * y2b);
+
+  s[0] = n11;
+  s[1] = n22;
+  s[2] = n33;
+  s[3] = n12;
+}
+
+template <typename T>
+inline void utf_Tensor<T>::rotate2dSurface(T* s, const utf_Quat2dBase<T>& q, T f,
+                                           bool engineeringShear) {
+  using S = utf_TensorScaling<T>;
+  if (engineeringShear) {
+    s[2] = S::half(s[2]);
+  }
+  const utf_TensorCosines2d<T> b(q);
+  const T s11 = s[0], s22 = s[1], s12 = s[2];
+
+  const T y1a = s11 * b.b11 + s12 * b.b21;
+  const T y1b = s12 * b.b11 + s22 * b.b21;
+  const T y2a = s11 * b.b12 + s12 * b.b22;
+  const T y2b = s12 * b.b12 + s22 * b.b22;
+
+  const T n11 = b.b11 * y1a + b.b21 * y1b;
+  const T n22 = b.b12 * y2a + b.b22 * y2b;
+  const T n12 = f * (b.b11 * y2a + b.b21 * y2b);
+
+  s[0] = n11;
+  s[1] = n22;
+  s[2] = n12;
+}
+
+template <typename T>
+void utf_Tensor<T>::transformControl(const cow_2DArray<T>& coss) {
+  const res_DataTypeEnm type = this->type();
+  if (type == res_Tensor2dPlanar || type == res_Tensor3dPlanar || type == res_Tensor3dSurface ||
+      type == res_Tensor2dSurface) {
+    // D(2,2) is widened to double and compared with the double 0.9; a NaN fails.
+    // clang-format off
+    UTF_ASSERT(coss.ConstGet(2,2) > 0.9 && "Transformation not normal", "include/utf_Tensor", utf_TensorAssertLine::notNormal);
+    // clang-format on
+  }
+
+  // An empty value (a view of nothing), overwritten by the full form.
+  utf_Tensor<T> full(static_cast<res_DataTypeEnm>(0), static_cast<T*>(nullptr), false);
+  expandToFull(full);
+  const T* c = full.data();
+  const T m[3][3] = {{c[0], c[3], c[4]}, {c[3], c[1], c[5]}, {c[4], c[5], c[2]}};
+
+  // P = D^T M, then Q = P D, each accumulated from zero with i outermost and k innermost.
+  T p[3][3] = {{T(0), T(0), T(0)}, {T(0), T(0), T(0)}, {T(0), T(0), T(0)}};
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 3; ++j) {
+      for (int k = 0; k < 3; ++k) {
+        p[i][j] += coss.ConstGet(k, i) * m[k][j];
+      }
+    }
+  }
+  T r[3][3] = {{T(0), T(0), T(0)}, {T(0), T(0), T(0)}, {T(0), T(0), T(0)}};
+  for (int i = 0; i < 3; ++i) {
+    for (int j = 0; j < 3; ++j) {
+      for (int k = 0; k < 3; ++k) {
+        r[i][j] += p[i][k] * coss.ConstGet(k, j);
+      }
+    }
+  }
+
+  T* rotated = full.data();
+  rotated[0] = r[0][0];
+  rotated[1] = r[1][1];
+  rotated[2] = r[2][2];
+  rotated[3] = r[0][1];
+  rotated[4] = r[0][2];
+  rotated[5] = r[1][2];
+  utf_Tensor<T> converted(static_cast<res_DataTypeEnm>(0), static_cast<T*>(nullptr), false);
+  full.convertLayout(converted, type);
+
+  // Nothing of this tensor has changed so far; now its own components are overwritten.
+  const int count = this->m_size < converted.size() ? this->m_size : converted.size();
+  for (int i = 0; i < count; ++i) {
+    this->m_data[i] = converted.data()[i];
+  }
+}
+
+template <typename T>
+void utf_Tensor<T>::transformControl(const utf_Quaternion<T>& q, bool /* engineeringShear */) {
+  // The flag is deliberately not used: the table path always takes the shears as tensorial.
+  const cow_2DArray<T> coss = q.cosines();
+  transformControl(coss);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Principal directions.
+
+template <typename T>
+int utf_Tensor<T>::principalLayoutCode(res_DataTypeEnm type) {
+  switch (type) {
+  case res_Tensor3dFull:
+    return 7;
+  case res_Tensor3dPlanar:
+    return 8;
+  case res_Tensor3dSurface:
+    return 9;
+  case res_Tensor2dPlanar:
+    return 10;
+  case res_Tensor2dSurface:
+    return 11;
+  default:
+    return 7;
+  }
+}
+
+template <typename T>
+void utf_Tensor<T>::principalDirections(T principal[3], T quaternion[4]) const {
+  // The driver's own working copy, widened: it may rewrite its tensor argument, and the tensor's
+  // components must never change. A type that is no tensor type copies nothing (a zero tensor).
+  double s[6] = {0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
+  const int count = utf_tensorComponentCount(this->type());
+  for (int i = 0; i < count && i < this->m_size; ++i) {
+    s[i] = static_cast<double>(this->m_data[i]);
+  }
+  double pq[7] = {0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
+  const int mode = this->m_engineeringShear ? 21 : 1;
+  const int layout = principalLayoutCode(this->type());
+  int direct = hasOutOfPlaneDirect() ? 3 : 2;
+  const int shear = layoutOf(this->type()) == Layout::Full ? 3 : 1;
+  CALPRINQ(s, pq, &mode, &layout, &direct, &shear);
+
+  principal[0] = static_cast<T>(pq[0]);
+  principal[1] = static_cast<T>(pq[1]);
+  principal[2] = hasOutOfPlaneDirect() ? static_cast<T>(pq[2]) : T(0);
+  quaternion[0] = static_cast<T>(pq[3]);
+  quaternion[1] = static_cast<T>(pq[4]);
+  quaternion[2] = is3D() ? static_cast<T>(pq[5]) : T(0);
+  quaternion[3] = is3D() ? static_cast<T>(pq[6]) : T(0);
+}
+
+template <typename T>
+void utf_Tensor<T>::principalDirectionsRelative(T principal[3], T quaternion[4],
+                                                const cow_2DArray<T>& reference) const {
+  T values[3];
+  T direction[4];
+  principalDirections(values, direction);
+  const res_DataTypeEnm rotationType = QuaternionType();
+  const utf_Quaternion<T> computed(rotationType, static_cast<const T*>(direction));
+  const utf_Quaternion<T> frame(rotationType, reference);
+  const utf_Quaternion<T> relative = frame.inverse().mult(computed);
+
+  principal[0] = values[0];
+  principal[1] = values[1];
+  principal[2] = values[2];
+  // Four values for a 3D rotation; the two of a 2D rotation followed by 0, 0.
+  for (int i = 0; i < 4; ++i) {
+    quaternion[i] = i < relative.size() ? relative.data()[i] : T(0);
+  }
 }
 
 extern template class utf_Tensor<float>;

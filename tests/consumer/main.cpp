@@ -41,6 +41,19 @@ int main() {
   CALQUAT(q, identity, &scalarLast);
   check(q[0] == 0 && q[1] == 0 && q[2] == 0 && q[3] == 1, "CALQUAT of the identity");
 
+  // A uniaxial stress of 200 along global X, on axes turned 90 degrees about Z: the component
+  // kernel expresses it on the new axes (local S22), transform takes it back.
+  float stress[6] = {200.0f, 0.0f, 0.0f, 0.0f, 0.0f, 0.0f};
+  utf_Tensor<float> tensor(res_Tensor3dFull, stress, false);
+  check(tensor.mises() > 199.99f && tensor.mises() < 200.01f && tensor.maxPrincipal() == 200.0f,
+        "Mises and principal");
+  const utf_Quaternion<float> turn(0.0f, 0.0f, 1.5707963267948966f);
+  float raw[4] = {turn.data()[0], turn.data()[1], turn.data()[2], turn.data()[3]};
+  utf_Tens3dFullBase<float>(stress).transform(utf_Quat3dBase<float>(raw), false);
+  check(stress[1] > 199.99f && stress[1] < 200.01f && stress[0] < 1e-3f, "kernel: local S22");
+  tensor.transform(turn, false);
+  check(stress[0] > 199.99f && stress[1] < 1e-3f, "transform: back on the global axes");
+
   try {
     UTF_ASSERT(value.size() == 4, "include/utf_Consumer", 12);
     check(false, "assertion raised");
