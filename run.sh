@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
 # The project's one entry point.
 #
+#   ./run.sh demo   install what is missing, then configure and build utf-post (the `release`
+#                   preset) and run its demo, `utf-post --demo`
 #   ./run.sh test   install what is missing, then configure, build and run the whole test suite
 #                   under the `default` preset and under the `asan` preset (AddressSanitizer and
 #                   UndefinedBehaviorSanitizer)
@@ -41,6 +43,13 @@ install_missing() {
   "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}"
 }
 
+run_demo() {
+  install_missing
+  cmake --preset release
+  cmake --build --preset release --target utf-post
+  build/release/bin/utf-post --demo
+}
+
 run_tests() {
   install_missing
   cmake --workflow --preset default
@@ -48,10 +57,11 @@ run_tests() {
 }
 
 usage() {
-  sed -n '2,9p' "$0" | sed 's/^# \{0,1\}//'
+  sed -n '2,12p' "$0" | sed 's/^# \{0,1\}//'
 }
 
 case "${1:-}" in
+  demo) run_demo ;;
   test) run_tests ;;
   deps) install_missing ;;
   -h | --help | help) usage ;;
