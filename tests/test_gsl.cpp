@@ -10,8 +10,6 @@ namespace {
 
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const double kInf = std::numeric_limits<double>::infinity();
-const long double kPiL = 3.141592653589793238462643383279502884L;
-const double kPi = static_cast<double>(kPiL);
 
 // Checks that a stored number equals `expected` exactly (a NaN where a NaN is expected).
 void expectNumber(double actual, double expected, const char* which) {

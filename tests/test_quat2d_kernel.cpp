@@ -9,8 +9,6 @@
 
 namespace {
 
-const long double kPiL = 3.141592653589793238462643383279502884L;
-const double kPi = static_cast<double>(kPiL);
 const int kSamples = 4000;
 
 template <typename T>

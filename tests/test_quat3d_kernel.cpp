@@ -9,32 +9,12 @@
 
 namespace {
 
-const long double kPiL = 3.141592653589793238462643383279502884L;
-const double kPi = static_cast<double>(kPiL);
 const int kSamples = 4000;
 
 // Loose agreement bounds for the property tests, per precision.
 template <typename T>
 double tolerance() {
   return std::is_same<T, float>::value ? 4e-6 : 2e-14;
-}
-
-// A pseudo-random unit quaternion, normalised in double and rounded to T.
-template <typename T>
-void randomUnitQuaternion(T* q) {
-  double d[4];
-  double norm2 = 0.0;
-  do {
-    norm2 = 0.0;
-    for (double& value : d) {
-      value = uniform(-1.0, 1.0);
-      norm2 += value * value;
-    }
-  } while (norm2 < 0.01);
-  const double norm = std::sqrt(norm2);
-  for (int i = 0; i < 4; ++i) {
-    q[i] = static_cast<T>(d[i] / norm);
-  }
 }
 
 // The direction-cosine table of a quaternion, in long double from the textbook formulas.

@@ -9,8 +9,6 @@
 
 namespace {
 
-const long double kPiL = 3.141592653589793238462643383279502884L;
-const double kPi = static_cast<double>(kPiL);
 const int kSamples = 4000;
 const char* const kSource = "include/utf_Quaternion";
 const res_DataTypeEnm kOtherType = res_Tensor3dFull;
@@ -26,23 +24,6 @@ class EmptyQuaternion : public utf_Quaternion<T> {
 public:
   explicit EmptyQuaternion(res_DataTypeEnm type) : utf_Quaternion<T>(type) {}
 };
-
-template <typename T>
-void randomUnitQuaternion(T* q) {
-  double d[4];
-  double norm2 = 0.0;
-  do {
-    norm2 = 0.0;
-    for (double& value : d) {
-      value = uniform(-1.0, 1.0);
-      norm2 += value * value;
-    }
-  } while (norm2 < 0.01);
-  const double norm = std::sqrt(norm2);
-  for (int i = 0; i < 4; ++i) {
-    q[i] = static_cast<T>(d[i] / norm);
-  }
-}
 
 // The Hamilton product r = q (x) p in T, written out independently of the kernel.
 template <typename T>

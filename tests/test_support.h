@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
 #include <random>
 #include <string>
@@ -68,6 +69,37 @@ inline std::mt19937_64& testRandom() {
 // A uniform value in [low, high).
 inline double uniform(double low, double high) {
   return std::uniform_real_distribution<double>(low, high)(testRandom());
+}
+
+// pi in long double, and rounded to double.
+const long double kPiL = 3.141592653589793238462643383279502884L;
+const double kPi = static_cast<double>(kPiL);
+
+// A pseudo-random unit quaternion (x, y, z, w), uniform over the rotations: a point drawn in the
+// 4D cube away from the origin, normalised in double and rounded once to T.
+template <typename T>
+void randomUnitQuaternion(T* q) {
+  double d[4];
+  double norm2 = 0.0;
+  do {
+    norm2 = 0.0;
+    for (double& value : d) {
+      value = uniform(-1.0, 1.0);
+      norm2 += value * value;
+    }
+  } while (norm2 < 0.01);
+  const double norm = std::sqrt(norm2);
+  for (int i = 0; i < 4; ++i) {
+    q[i] = static_cast<T>(d[i] / norm);
+  }
+}
+
+// (sin(t/2), cos(t/2)) of a pseudo-random in-plane angle t.
+template <typename T>
+void randomRotation2d(T* p) {
+  const double t = uniform(-3.14159, 3.14159);
+  p[0] = static_cast<T>(std::sin(t / 2.0));
+  p[1] = static_cast<T>(std::cos(t / 2.0));
 }
 
 // The exact bits of a value, for bit-for-bit comparisons.

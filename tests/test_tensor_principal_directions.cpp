@@ -16,7 +16,6 @@ namespace {
 
 using Real = long double;
 
-const Real kPiL = 3.141592653589793238462643383279502884L;
 const int kSamples = 2000;
 
 const res_DataTypeEnm kLayouts[] = {res_Tensor3dFull, res_Tensor3dPlanar, res_Tensor3dSurface,
@@ -51,23 +50,6 @@ std::array<T, 6> randomComponents(double scale) {
     value = static_cast<T>(uniform(-scale, scale));
   }
   return c;
-}
-
-template <typename T>
-void randomUnitQuaternion(T* q) {
-  double d[4];
-  double norm2 = 0.0;
-  do {
-    norm2 = 0.0;
-    for (double& value : d) {
-      value = uniform(-1.0, 1.0);
-      norm2 += value * value;
-    }
-  } while (norm2 < 0.01);
-  const double norm = std::sqrt(norm2);
-  for (int i = 0; i < 4; ++i) {
-    q[i] = static_cast<T>(d[i] / norm);
-  }
 }
 
 template <typename T>

@@ -19,7 +19,6 @@ namespace {
 
 using Real = long double;
 
-const Real kPiL = 3.141592653589793238462643383279502884L;
 const int kSamples = 4000;
 const char* const kSource = "include/utf_Tensor";
 const char* const kWrongRotation = "q.type() == QuaternionType()";
@@ -61,30 +60,6 @@ bool isShearSlot(res_DataTypeEnm type, int slot) {
 template <typename T>
 T sqrtHalf() {
   return static_cast<T>(std::sqrt(0.5L));
-}
-
-template <typename T>
-void randomUnitQuaternion(T* q) {
-  double d[4];
-  double norm2 = 0.0;
-  do {
-    norm2 = 0.0;
-    for (double& value : d) {
-      value = uniform(-1.0, 1.0);
-      norm2 += value * value;
-    }
-  } while (norm2 < 0.01);
-  const double norm = std::sqrt(norm2);
-  for (int i = 0; i < 4; ++i) {
-    q[i] = static_cast<T>(d[i] / norm);
-  }
-}
-
-template <typename T>
-void randomRotation2d(T* p) {
-  const double t = uniform(-3.14159, 3.14159);
-  p[0] = static_cast<T>(std::sin(t / 2.0));
-  p[1] = static_cast<T>(std::cos(t / 2.0));
 }
 
 // A rotation value of the type that `type` needs, pseudo-random.

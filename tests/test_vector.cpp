@@ -12,8 +12,6 @@
 
 namespace {
 
-const long double kPiL = 3.141592653589793238462643383279502884L;
-const double kPi = static_cast<double>(kPiL);
 const int kSamples = 4000;
 const char* const kNot2d = "coss.ConstGet(2,2) > 0.99 || !\"Not a valid 2D transform\"";
 
@@ -29,23 +27,6 @@ void expectComponents(const utf_EngineeringData<T>& v, std::initializer_list<T> 
   for (T value : expected) {
     EXPECT_EQ(v.data()[i], value) << "component " << i;
     ++i;
-  }
-}
-
-template <typename T>
-void randomUnitQuaternion(T* q) {
-  double d[4];
-  double norm2 = 0.0;
-  do {
-    norm2 = 0.0;
-    for (double& value : d) {
-      value = uniform(-1.0, 1.0);
-      norm2 += value * value;
-    }
-  } while (norm2 < 0.01);
-  const double norm = std::sqrt(norm2);
-  for (int i = 0; i < 4; ++i) {
-    q[i] = static_cast<T>(d[i] / norm);
   }
 }
 
