@@ -313,10 +313,16 @@ private:
 
   Deviator deviator() const;
 
-  // transform on `s`, which holds at least the layout's components: the products of the
-  // component kernels (utf_TensorProducts) with the TRANSPOSE of the rotation's table, which is
-  // what makes S' = A^T S A. Defined inline so that transform is one call.
-  void rotateComponents(T* s, const utf_Quaternion<T>& q, bool engineeringShear) const;
+  // transform on `s`, which holds at least the layout's components; f is 2 for engineering
+  // shears, else 1. These helpers are defined inline so that transform is one call, without a
+  // call per helper through the library's symbol table.
+  void rotateComponents(T* s, const utf_Quaternion<T>& q, T f, bool engineeringShear) const;
+  // S' = A^T S A per layout, in the order of evaluation of transform.
+  static void rotateFull(T* s, const utf_Quat3dBase<T>& q, T f, bool engineeringShear);
+  static void rotate3dPlanar(T* s, const utf_Quat3dBase<T>& q, T f, bool engineeringShear);
+  static void rotate3dSurface(T* s, const utf_Quat3dBase<T>& q, T f, bool engineeringShear);
+  static void rotate2dPlanar(T* s, const utf_Quat2dBase<T>& q, T f, bool engineeringShear);
+  static void rotate2dSurface(T* s, const utf_Quat2dBase<T>& q, T f, bool engineeringShear);
 
   // The layout code that CALPRINQ is given for a data type.
   static int principalLayoutCode(res_DataTypeEnm type);
@@ -770,9 +776,10 @@ void utf_Tensor<T>::transform(const utf_Quaternion<T>& q, bool engineeringShear)
   // clang-format off
   UTF_ASSERT(q.type() == QuaternionType(), "include/utf_Tensor", utf_TensorAssertLine::rotationType);
   // clang-format on
+  const T f = engineeringShear ? T(2) : T(1);
   const int count = utf_tensorComponentCount(this->type());
   if (this->m_size >= count) {
-    rotateComponents(this->m_data, q, engineeringShear);
+    rotateComponents(this->m_data, q, f, engineeringShear);
     return;
   }
   // Fewer stored components than the layout has: the missing ones read as 0 and are not written.
@@ -780,48 +787,183 @@ void utf_Tensor<T>::transform(const utf_Quaternion<T>& q, bool engineeringShear)
   for (int i = 0; i < this->m_size; ++i) {
     padded[i] = this->m_data[i];
   }
-  rotateComponents(padded, q, engineeringShear);
+  rotateComponents(padded, q, f, engineeringShear);
   for (int i = 0; i < this->m_size; ++i) {
     this->m_data[i] = padded[i];
   }
 }
 
 template <typename T>
-inline void utf_Tensor<T>::rotateComponents(T* s, const utf_Quaternion<T>& q,
+inline void utf_Tensor<T>::rotateComponents(T* s, const utf_Quaternion<T>& q, T f,
                                             bool engineeringShear) const {
-  using P = utf_TensorProducts<T>;
   // A kernel handle over the rotation's values, only read through its const members.
   T* const rotation = const_cast<T*>(q.data());
   switch (this->type()) {
   case res_Tensor3dFull:
-    P::full(s, utf_TensorCosines3d<T>(utf_Quat3dBase<T>(rotation)).transposed(), engineeringShear);
+    rotateFull(s, utf_Quat3dBase<T>(rotation), f, engineeringShear);
     return;
   case res_Tensor3dPlanar:
-    P::planar3d(s, utf_TensorCosines3d<T>(utf_Quat3dBase<T>(rotation)).transposed(),
-                engineeringShear);
+    rotate3dPlanar(s, utf_Quat3dBase<T>(rotation), f, engineeringShear);
     return;
-  case res_Tensor3dSurface: {
-    // Only the in-plane block a11, a21, a12, a22 is used.
-    const utf_TensorCosines3dInPlane<T> a{utf_Quat3dBase<T>(rotation)};
-    P::inPlane(s, 2, a.a11, a.a21, a.a12, a.a22, engineeringShear);
+  case res_Tensor3dSurface:
+    rotate3dSurface(s, utf_Quat3dBase<T>(rotation), f, engineeringShear);
     return;
-  }
-  case res_Tensor2dPlanar: {
-    const utf_TensorCosines2d<T> b{utf_Quat2dBase<T>(rotation)};
-    P::inPlane(s, 3, b.b11, b.b21, b.b12, b.b22, engineeringShear);
-    // The out-of-plane cosine is the constant 1: S'33 = 1 (S33 1).
-    s[2] = T(1) * (s[2] * T(1));
+  case res_Tensor2dPlanar:
+    rotate2dPlanar(s, utf_Quat2dBase<T>(rotation), f, engineeringShear);
     return;
-  }
-  case res_Tensor2dSurface: {
-    const utf_TensorCosines2d<T> b{utf_Quat2dBase<T>(rotation)};
-    P::inPlane(s, 2, b.b11, b.b21, b.b12, b.b22, engineeringShear);
+  case res_Tensor2dSurface:
+    rotate2dSurface(s, utf_Quat2dBase<T>(rotation), f, engineeringShear);
     return;
-  }
   default:
     // No tensor type: nothing to rotate, and no error.
     return;
   }
+}
+
+// c_j is column j of the table, (a1j, a2j, a3j): x_j = S c_j, S'ij = c_i . x_j.
+template <typename T>
+inline void utf_Tensor<T>::rotateFull(T* s, const utf_Quat3dBase<T>& q, T f,
+                                      bool engineeringShear) {
+  using S = utf_TensorScaling<T>;
+  if (engineeringShear) {
+    s[3] = S::half(s[3]);
+    s[4] = S::half(s[4]);
+    s[5] = S::half(s[5]);
+  }
+  const utf_TensorCosines3d<T> a(q);
+  const T s11 = s[0], s22 = s[1], s33 = s[2], s12 = s[3], s13 = s[4], s23 = s[5];
+
+  const T x11 = s11 * a.a11 + s12 * a.a21 + s13 * a.a31;
+  const T x12 = s12 * a.a11 + s22 * a.a21 + s23 * a.a31;
+  const T x13 = s13 * a.a11 + s23 * a.a21 + s33 * a.a31;
+  const T x21 = s11 * a.a12 + s12 * a.a22 + s13 * a.a32;
+  const T x22 = s12 * a.a12 + s22 * a.a22 + s23 * a.a32;
+  const T x23 = s13 * a.a12 + s23 * a.a22 + s33 * a.a32;
+  const T x31 = s11 * a.a13 + s12 * a.a23 + s13 * a.a33;
+  const T x32 = s12 * a.a13 + s22 * a.a23 + s23 * a.a33;
+  const T x33 = s13 * a.a13 + s23 * a.a23 + s33 * a.a33;
+
+  const T n11 = a.a11 * x11 + a.a21 * x12 + a.a31 * x13;
+  const T n22 = a.a12 * x21 + a.a22 * x22 + a.a32 * x23;
+  const T n33 = a.a13 * x31 + a.a23 * x32 + a.a33 * x33;
+  const T n12 = f * (a.a11 * x21 + a.a21 * x22 + a.a31 * x23);
+  const T n13 = f * (a.a13 * x11 + a.a23 * x12 + a.a33 * x13);
+  const T n23 = f * (a.a12 * x31 + a.a22 * x32 + a.a32 * x33);
+
+  s[0] = n11;
+  s[1] = n22;
+  s[2] = n33;
+  s[3] = n12;
+  s[4] = n13;
+  s[5] = n23;
+}
+
+// S13 = S23 = 0 assumed; the S'13 and S'23 that a tilt would create are dropped.
+template <typename T>
+inline void utf_Tensor<T>::rotate3dPlanar(T* s, const utf_Quat3dBase<T>& q, T f,
+                                          bool engineeringShear) {
+  using S = utf_TensorScaling<T>;
+  if (engineeringShear) {
+    s[3] = S::half(s[3]);
+  }
+  const utf_TensorCosines3d<T> a(q);
+  const T s11 = s[0], s22 = s[1], s33 = s[2], s12 = s[3];
+
+  const T x11 = s11 * a.a11 + s12 * a.a21;
+  const T x12 = s12 * a.a11 + s22 * a.a21;
+  const T x13 = s33 * a.a31;
+  const T x21 = s11 * a.a12 + s12 * a.a22;
+  const T x22 = s12 * a.a12 + s22 * a.a22;
+  const T x23 = s33 * a.a32;
+  const T x31 = s11 * a.a13 + s12 * a.a23;
+  const T x32 = s12 * a.a13 + s22 * a.a23;
+  const T x33 = s33 * a.a33;
+
+  const T n11 = a.a11 * x11 + a.a21 * x12 + a.a31 * x13;
+  const T n22 = a.a12 * x21 + a.a22 * x22 + a.a32 * x23;
+  const T n33 = a.a13 * x31 + a.a23 * x32 + a.a33 * x33;
+  const T n12 = f * (a.a11 * x21 + a.a21 * x22 + a.a31 * x23);
+
+  s[0] = n11;
+  s[1] = n22;
+  s[2] = n33;
+  s[3] = n12;
+}
+
+// S33 = S13 = S23 = 0 assumed; only a11, a21, a12, a22 are used.
+template <typename T>
+inline void utf_Tensor<T>::rotate3dSurface(T* s, const utf_Quat3dBase<T>& q, T f,
+                                           bool engineeringShear) {
+  using S = utf_TensorScaling<T>;
+  if (engineeringShear) {
+    s[2] = S::half(s[2]);
+  }
+  const utf_TensorCosines3dInPlane<T> a(q);
+  const T s11 = s[0], s22 = s[1], s12 = s[2];
+
+  const T y1a = s11 * a.a11 + s12 * a.a21;
+  const T y1b = s12 * a.a11 + s22 * a.a21;
+  const T y2a = s11 * a.a12 + s12 * a.a22;
+  const T y2b = s12 * a.a12 + s22 * a.a22;
+
+  const T n11 = a.a11 * y1a + a.a21 * y1b;
+  const T n22 = a.a12 * y2a + a.a22 * y2b;
+  const T n12 = f * (a.a11 * y2a + a.a21 * y2b);
+
+  s[0] = n11;
+  s[1] = n22;
+  s[2] = n12;
+}
+
+template <typename T>
+inline void utf_Tensor<T>::rotate2dPlanar(T* s, const utf_Quat2dBase<T>& q, T f,
+                                          bool engineeringShear) {
+  using S = utf_TensorScaling<T>;
+  if (engineeringShear) {
+    s[3] = S::half(s[3]);
+  }
+  const utf_TensorCosines2d<T> b(q);
+  const T s11 = s[0], s22 = s[1], s33 = s[2], s12 = s[3];
+
+  const T y1a = s11 * b.b11 + s12 * b.b21;
+  const T y1b = s12 * b.b11 + s22 * b.b21;
+  const T y2a = s11 * b.b12 + s12 * b.b22;
+  const T y2b = s12 * b.b12 + s22 * b.b22;
+
+  const T n11 = b.b11 * y1a + b.b21 * y1b;
+  const T n22 = b.b12 * y2a + b.b22 * y2b;
+  // The out-of-plane cosine is the constant 1: S33 passes through.
+  const T n33 = T(1) * (s33 * T(1));
+  const T n12 = f * (b.b11 * y2a + b.b21 * y2b);
+
+  s[0] = n11;
+  s[1] = n22;
+  s[2] = n33;
+  s[3] = n12;
+}
+
+template <typename T>
+inline void utf_Tensor<T>::rotate2dSurface(T* s, const utf_Quat2dBase<T>& q, T f,
+                                           bool engineeringShear) {
+  using S = utf_TensorScaling<T>;
+  if (engineeringShear) {
+    s[2] = S::half(s[2]);
+  }
+  const utf_TensorCosines2d<T> b(q);
+  const T s11 = s[0], s22 = s[1], s12 = s[2];
+
+  const T y1a = s11 * b.b11 + s12 * b.b21;
+  const T y1b = s12 * b.b11 + s22 * b.b21;
+  const T y2a = s11 * b.b12 + s12 * b.b22;
+  const T y2b = s12 * b.b12 + s22 * b.b22;
+
+  const T n11 = b.b11 * y1a + b.b21 * y1b;
+  const T n22 = b.b12 * y2a + b.b22 * y2b;
+  const T n12 = f * (b.b11 * y2a + b.b21 * y2b);
+
+  s[0] = n11;
+  s[1] = n22;
+  s[2] = n12;
 }
 
 template <typename T>

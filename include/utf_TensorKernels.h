@@ -77,13 +77,8 @@ struct utf_TensorScaling {
 template <typename T>
 struct utf_TensorCosines3d {
   explicit utf_TensorCosines3d(const utf_Quat3dBase<T>& q);
-  // The same nine numbers with rows and columns exchanged: a_rs becomes a_sr.
-  utf_TensorCosines3d transposed() const;
 
   T a11, a12, a13, a21, a22, a23, a31, a32, a33;
-
-private:
-  utf_TensorCosines3d() = default;
 };
 
 // The in-plane block a11, a12, a21, a22 of the same table: all that a surface layout uses.
@@ -102,27 +97,6 @@ struct utf_TensorCosines2d {
   explicit utf_TensorCosines2d(const utf_Quat2dBase<T>& p);
 
   T b11, b12, b21, b22;
-};
-
-// The products of a rotation S' = C S C^T for a table of cosines C (rows c_r), in place, in the
-// order of evaluation of the kernels: u_r = S c_r, S'rs = c_r . u_s, each sum left to right.
-// The kernels pass their rotation's own table (C = A); utf_Tensor<T>::transform passes its
-// transpose (C = A^T), which is how the two senses share one set of products. With
-// `engineeringShear` the shear slots are halved before anything is read and the computed shears
-// are stored doubled.
-template <typename T>
-struct utf_TensorProducts {
-  // Full layout (S11, S22, S33, S12, S13, S23): S'12 = c_1.u_2, S'13 = c_3.u_1, S'23 = c_2.u_3.
-  static void full(T* s, const utf_TensorCosines3d<T>& c, bool engineeringShear);
-  // 3D planar layout (S11, S22, S33, S12) with S13 = S23 = 0: u_r = (S11 c_r1 + S12 c_r2,
-  // S12 c_r1 + S22 c_r2, S33 c_r3); S'13 and S'23 are not formed, so the planar form is kept
-  // even when the plane tilts.
-  static void planar3d(T* s, const utf_TensorCosines3d<T>& c, bool engineeringShear);
-  // The in-plane pair s[0] = S11, s[1] = S22 and the shear s[shearSlot] = S12 by the 2 x 2 block
-  // (c11 c12 / c21 c22): w1 = (S11 c11 + S12 c12, S12 c11 + S22 c12), w2 likewise with c21, c22;
-  // S'11 = c11 w1[1] + c12 w1[2], S'22 = c21 w2[1] + c22 w2[2], S'12 = c11 w2[1] + c12 w2[2].
-  // Nothing else is read or written.
-  static void inPlane(T* s, int shearSlot, T c11, T c12, T c21, T c22, bool engineeringShear);
 };
 
 // ---------------------------------------------------------------------------------------------
@@ -241,18 +215,9 @@ utf_TensorCosines2d<T>::utf_TensorCosines2d(const utf_Quat2dBase<T>& p) {
 }
 
 template <typename T>
-utf_TensorCosines3d<T> utf_TensorCosines3d<T>::transposed() const {
-  utf_TensorCosines3d t;
-  t.a11 = a11, t.a12 = a21, t.a13 = a31;
-  t.a21 = a12, t.a22 = a22, t.a23 = a32;
-  t.a31 = a13, t.a32 = a23, t.a33 = a33;
-  return t;
-}
-
-template <typename T>
-inline void utf_TensorProducts<T>::full(T* s, const utf_TensorCosines3d<T>& c,
-                                        bool engineeringShear) {
+void utf_Tens3dFullBase<T>::transform(const utf_Quat3dBase<T>& q, bool engineeringShear) {
   using S = utf_TensorScaling<T>;
+  T* const s = m_s;
   T f = T(1);
   if (engineeringShear) {
     f = T(2);
@@ -260,25 +225,26 @@ inline void utf_TensorProducts<T>::full(T* s, const utf_TensorCosines3d<T>& c,
     s[4] = S::half(s[4]);
     s[5] = S::half(s[5]);
   }
+  const utf_TensorCosines3d<T> a(q);
   const T s11 = s[0], s22 = s[1], s33 = s[2], s12 = s[3], s13 = s[4], s23 = s[5];
 
-  // u_r = S c_r, each entry summed over k = 1, 2, 3.
-  const T u11 = s11 * c.a11 + s12 * c.a12 + s13 * c.a13;
-  const T u12 = s12 * c.a11 + s22 * c.a12 + s23 * c.a13;
-  const T u13 = s13 * c.a11 + s23 * c.a12 + s33 * c.a13;
-  const T u21 = s11 * c.a21 + s12 * c.a22 + s13 * c.a23;
-  const T u22 = s12 * c.a21 + s22 * c.a22 + s23 * c.a23;
-  const T u23 = s13 * c.a21 + s23 * c.a22 + s33 * c.a23;
-  const T u31 = s11 * c.a31 + s12 * c.a32 + s13 * c.a33;
-  const T u32 = s12 * c.a31 + s22 * c.a32 + s23 * c.a33;
-  const T u33 = s13 * c.a31 + s23 * c.a32 + s33 * c.a33;
+  // u_r = S a_r, each entry summed over k = 1, 2, 3.
+  const T u11 = s11 * a.a11 + s12 * a.a12 + s13 * a.a13;
+  const T u12 = s12 * a.a11 + s22 * a.a12 + s23 * a.a13;
+  const T u13 = s13 * a.a11 + s23 * a.a12 + s33 * a.a13;
+  const T u21 = s11 * a.a21 + s12 * a.a22 + s13 * a.a23;
+  const T u22 = s12 * a.a21 + s22 * a.a22 + s23 * a.a23;
+  const T u23 = s13 * a.a21 + s23 * a.a22 + s33 * a.a23;
+  const T u31 = s11 * a.a31 + s12 * a.a32 + s13 * a.a33;
+  const T u32 = s12 * a.a31 + s22 * a.a32 + s23 * a.a33;
+  const T u33 = s13 * a.a31 + s23 * a.a32 + s33 * a.a33;
 
-  const T n11 = c.a11 * u11 + c.a12 * u12 + c.a13 * u13;
-  const T n22 = c.a21 * u21 + c.a22 * u22 + c.a23 * u23;
-  const T n33 = c.a31 * u31 + c.a32 * u32 + c.a33 * u33;
-  const T n12 = f * (c.a11 * u21 + c.a12 * u22 + c.a13 * u23);
-  const T n13 = f * (c.a31 * u11 + c.a32 * u12 + c.a33 * u13);
-  const T n23 = f * (c.a21 * u31 + c.a22 * u32 + c.a23 * u33);
+  const T n11 = a.a11 * u11 + a.a12 * u12 + a.a13 * u13;
+  const T n22 = a.a21 * u21 + a.a22 * u22 + a.a23 * u23;
+  const T n33 = a.a31 * u31 + a.a32 * u32 + a.a33 * u33;
+  const T n12 = f * (a.a11 * u21 + a.a12 * u22 + a.a13 * u23);
+  const T n13 = f * (a.a31 * u11 + a.a32 * u12 + a.a33 * u13);
+  const T n23 = f * (a.a21 * u31 + a.a22 * u32 + a.a23 * u33);
 
   s[0] = n11;
   s[1] = n22;
@@ -289,31 +255,88 @@ inline void utf_TensorProducts<T>::full(T* s, const utf_TensorCosines3d<T>& c,
 }
 
 template <typename T>
-inline void utf_TensorProducts<T>::planar3d(T* s, const utf_TensorCosines3d<T>& c,
-                                            bool engineeringShear) {
+void utf_Tens3dPlanarBase<T>::transform(const utf_Quat3dBase<T>& q, bool engineeringShear) {
   using S = utf_TensorScaling<T>;
+  T* const s = m_s;
   T f = T(1);
   if (engineeringShear) {
     f = T(2);
     s[3] = S::half(s[3]);
   }
+  const utf_TensorCosines3d<T> a(q);
   const T s11 = s[0], s22 = s[1], s33 = s[2], s12 = s[3];
 
-  // u_r = S c_r with S13 = S23 = 0.
-  const T u11 = s11 * c.a11 + s12 * c.a12;
-  const T u12 = s12 * c.a11 + s22 * c.a12;
-  const T u13 = s33 * c.a13;
-  const T u21 = s11 * c.a21 + s12 * c.a22;
-  const T u22 = s12 * c.a21 + s22 * c.a22;
-  const T u23 = s33 * c.a23;
-  const T u31 = s11 * c.a31 + s12 * c.a32;
-  const T u32 = s12 * c.a31 + s22 * c.a32;
-  const T u33 = s33 * c.a33;
+  // u_r = S a_r with S13 = S23 = 0.
+  const T u11 = s11 * a.a11 + s12 * a.a12;
+  const T u12 = s12 * a.a11 + s22 * a.a12;
+  const T u13 = s33 * a.a13;
+  const T u21 = s11 * a.a21 + s12 * a.a22;
+  const T u22 = s12 * a.a21 + s22 * a.a22;
+  const T u23 = s33 * a.a23;
+  const T u31 = s11 * a.a31 + s12 * a.a32;
+  const T u32 = s12 * a.a31 + s22 * a.a32;
+  const T u33 = s33 * a.a33;
 
-  const T n11 = c.a11 * u11 + c.a12 * u12 + c.a13 * u13;
-  const T n22 = c.a21 * u21 + c.a22 * u22 + c.a23 * u23;
-  const T n33 = c.a31 * u31 + c.a32 * u32 + c.a33 * u33;
-  const T n12 = f * (c.a11 * u21 + c.a12 * u22 + c.a13 * u23);
+  const T n11 = a.a11 * u11 + a.a12 * u12 + a.a13 * u13;
+  const T n22 = a.a21 * u21 + a.a22 * u22 + a.a23 * u23;
+  const T n33 = a.a31 * u31 + a.a32 * u32 + a.a33 * u33;
+  const T n12 = f * (a.a11 * u21 + a.a12 * u22 + a.a13 * u23);
+
+  // S'13 and S'23 are not formed: the planar form is kept even when the plane tilts.
+  s[0] = n11;
+  s[1] = n22;
+  s[2] = n33;
+  s[3] = n12;
+}
+
+template <typename T>
+void utf_Tens3dSurfaceBase<T>::transform(const utf_Quat3dBase<T>& q, bool engineeringShear) {
+  using S = utf_TensorScaling<T>;
+  T* const s = m_s;
+  T f = T(1);
+  if (engineeringShear) {
+    f = T(2);
+    s[2] = S::half(s[2]);
+  }
+  const utf_TensorCosines3dInPlane<T> a(q);
+  const T s11 = s[0], s22 = s[1], s12 = s[2];
+
+  const T s1a = s11 * a.a11 + s12 * a.a12;
+  const T s1b = s12 * a.a11 + s22 * a.a12;
+  const T s2a = s11 * a.a21 + s12 * a.a22;
+  const T s2b = s12 * a.a21 + s22 * a.a22;
+
+  const T n11 = a.a11 * s1a + a.a12 * s1b;
+  const T n22 = a.a21 * s2a + a.a22 * s2b;
+  const T n12 = f * (a.a11 * s2a + a.a12 * s2b);
+
+  s[0] = n11;
+  s[1] = n22;
+  s[2] = n12;
+}
+
+template <typename T>
+void utf_Tens2dPlanarBase<T>::transform(const utf_Quat2dBase<T>& q, bool engineeringShear) {
+  using S = utf_TensorScaling<T>;
+  T* const s = m_s;
+  T f = T(1);
+  if (engineeringShear) {
+    f = T(2);
+    s[3] = S::half(s[3]);
+  }
+  const utf_TensorCosines2d<T> b(q);
+  const T s11 = s[0], s22 = s[1], s33 = s[2], s12 = s[3];
+
+  const T w1a = s11 * b.b11 + s12 * b.b12;
+  const T w1b = s12 * b.b11 + s22 * b.b12;
+  const T w2a = s11 * b.b21 + s12 * b.b22;
+  const T w2b = s12 * b.b21 + s22 * b.b22;
+
+  const T n11 = b.b11 * w1a + b.b12 * w1b;
+  const T n22 = b.b21 * w2a + b.b22 * w2b;
+  // The out-of-plane cosine is the constant 1.
+  const T n33 = T(1) * (s33 * T(1));
+  const T n12 = f * (b.b11 * w2a + b.b12 * w2b);
 
   s[0] = n11;
   s[1] = n22;
@@ -322,60 +345,29 @@ inline void utf_TensorProducts<T>::planar3d(T* s, const utf_TensorCosines3d<T>& 
 }
 
 template <typename T>
-inline void utf_TensorProducts<T>::inPlane(T* s, int shearSlot, T c11, T c12, T c21, T c22,
-                                           bool engineeringShear) {
+void utf_Tens2dSurfaceBase<T>::transform(const utf_Quat2dBase<T>& q, bool engineeringShear) {
   using S = utf_TensorScaling<T>;
+  T* const s = m_s;
   T f = T(1);
   if (engineeringShear) {
     f = T(2);
-    s[shearSlot] = S::half(s[shearSlot]);
+    s[2] = S::half(s[2]);
   }
-  const T s11 = s[0], s22 = s[1], s12 = s[shearSlot];
+  const utf_TensorCosines2d<T> b(q);
+  const T s11 = s[0], s22 = s[1], s12 = s[2];
 
-  const T w1a = s11 * c11 + s12 * c12;
-  const T w1b = s12 * c11 + s22 * c12;
-  const T w2a = s11 * c21 + s12 * c22;
-  const T w2b = s12 * c21 + s22 * c22;
+  const T w1a = s11 * b.b11 + s12 * b.b12;
+  const T w1b = s12 * b.b11 + s22 * b.b12;
+  const T w2a = s11 * b.b21 + s12 * b.b22;
+  const T w2b = s12 * b.b21 + s22 * b.b22;
 
-  const T n11 = c11 * w1a + c12 * w1b;
-  const T n22 = c21 * w2a + c22 * w2b;
-  const T n12 = f * (c11 * w2a + c12 * w2b);
+  const T n11 = b.b11 * w1a + b.b12 * w1b;
+  const T n22 = b.b21 * w2a + b.b22 * w2b;
+  const T n12 = f * (b.b11 * w2a + b.b12 * w2b);
 
   s[0] = n11;
   s[1] = n22;
-  s[shearSlot] = n12;
-}
-
-// The kernels: the rotation's own table, C = A.
-
-template <typename T>
-void utf_Tens3dFullBase<T>::transform(const utf_Quat3dBase<T>& q, bool engineeringShear) {
-  utf_TensorProducts<T>::full(m_s, utf_TensorCosines3d<T>(q), engineeringShear);
-}
-
-template <typename T>
-void utf_Tens3dPlanarBase<T>::transform(const utf_Quat3dBase<T>& q, bool engineeringShear) {
-  utf_TensorProducts<T>::planar3d(m_s, utf_TensorCosines3d<T>(q), engineeringShear);
-}
-
-template <typename T>
-void utf_Tens3dSurfaceBase<T>::transform(const utf_Quat3dBase<T>& q, bool engineeringShear) {
-  const utf_TensorCosines3dInPlane<T> a(q);
-  utf_TensorProducts<T>::inPlane(m_s, 2, a.a11, a.a12, a.a21, a.a22, engineeringShear);
-}
-
-template <typename T>
-void utf_Tens2dPlanarBase<T>::transform(const utf_Quat2dBase<T>& q, bool engineeringShear) {
-  const utf_TensorCosines2d<T> b(q);
-  utf_TensorProducts<T>::inPlane(m_s, 3, b.b11, b.b12, b.b21, b.b22, engineeringShear);
-  // The out-of-plane cosine is the constant 1: S'33 = 1 (S33 1).
-  m_s[2] = T(1) * (m_s[2] * T(1));
-}
-
-template <typename T>
-void utf_Tens2dSurfaceBase<T>::transform(const utf_Quat2dBase<T>& q, bool engineeringShear) {
-  const utf_TensorCosines2d<T> b(q);
-  utf_TensorProducts<T>::inPlane(m_s, 2, b.b11, b.b12, b.b21, b.b22, engineeringShear);
+  s[2] = n12;
 }
 
 extern template class utf_Tens3dFullBase<float>;
