@@ -102,6 +102,57 @@ void randomRotation2d(T* p) {
   p[1] = static_cast<T>(std::cos(t / 2.0));
 }
 
+// Independent long-double references of rotations, from the textbook definitions.
+
+// A 3 x 3 direction-cosine table: row i is new axis i in global components.
+struct ReferenceTable {
+  long double a[3][3];
+};
+
+// r = q (x) p, the Hamilton product of quaternions stored vector part first, scalar last.
+inline void referenceProduct(const long double* q, const long double* p, long double* r) {
+  r[0] = q[3] * p[0] + p[3] * q[0] + (q[1] * p[2] - q[2] * p[1]);
+  r[1] = q[3] * p[1] + p[3] * q[1] + (q[2] * p[0] - q[0] * p[2]);
+  r[2] = q[3] * p[2] + p[3] * q[2] + (q[0] * p[1] - q[1] * p[0]);
+  r[3] = q[3] * p[3] - (q[0] * p[0] + q[1] * p[1] + q[2] * p[2]);
+}
+
+// The table of a 3D rotation (x, y, z, w) by turning the global axes: row i is the image
+// q e_i q* of global axis i (scaled by |q|^2 for a non-unit q, as the library's table is).
+template <typename T>
+ReferenceTable referenceTable3d(const T* q) {
+  const long double quat[4] = {q[0], q[1], q[2], q[3]};
+  const long double conj[4] = {-quat[0], -quat[1], -quat[2], quat[3]};
+  ReferenceTable t{};
+  for (int i = 0; i < 3; ++i) {
+    long double axis[4] = {0, 0, 0, 0};
+    axis[i] = 1;
+    long double half[4];
+    long double image[4];
+    referenceProduct(quat, axis, half);
+    referenceProduct(half, conj, image);
+    for (int j = 0; j < 3; ++j) {
+      t.a[i][j] = image[j];
+    }
+  }
+  return t;
+}
+
+// The table of a 2D rotation (sin(t/2), cos(t/2)) from its angle t = 2 atan2(p0, p1): rows
+// (cos t, sin t, 0), (-sin t, cos t, 0), (0, 0, 1).
+template <typename T>
+ReferenceTable referenceTable2d(const T* p) {
+  const long double t =
+      2 * std::atan2(static_cast<long double>(p[0]), static_cast<long double>(p[1]));
+  ReferenceTable b{};
+  b.a[0][0] = std::cos(t);
+  b.a[0][1] = std::sin(t);
+  b.a[1][0] = -std::sin(t);
+  b.a[1][1] = std::cos(t);
+  b.a[2][2] = 1;
+  return b;
+}
+
 // The exact bits of a value, for bit-for-bit comparisons.
 inline std::uint64_t bitsOf(double value) {
   std::uint64_t bits;

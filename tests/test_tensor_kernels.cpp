@@ -45,52 +45,7 @@ std::array<T, 6> randomComponents(double scale) {
 // ---------------------------------------------------------------------------------------------
 // Independent long-double reference.
 
-struct Table {
-  Real a[3][3];
-};
-
-// q (x) p in long double.
-void hamilton(const Real* q, const Real* p, Real* r) {
-  r[0] = q[3] * p[0] + p[3] * q[0] + (q[1] * p[2] - q[2] * p[1]);
-  r[1] = q[3] * p[1] + p[3] * q[1] + (q[2] * p[0] - q[0] * p[2]);
-  r[2] = q[3] * p[2] + p[3] * q[2] + (q[0] * p[1] - q[1] * p[0]);
-  r[3] = q[3] * p[3] - (q[0] * p[0] + q[1] * p[1] + q[2] * p[2]);
-}
-
-// The direction-cosine table of a 3D rotation by turning the global axes: row i is the image
-// q e_i q* of global axis i (for a non-unit q scaled by |q|^2, as the kernels' table is).
-template <typename T>
-Table tableOf(const T* q) {
-  const Real quat[4] = {q[0], q[1], q[2], q[3]};
-  const Real conj[4] = {-quat[0], -quat[1], -quat[2], quat[3]};
-  Table t{};
-  for (int i = 0; i < 3; ++i) {
-    Real axis[4] = {0, 0, 0, 0};
-    axis[i] = 1;
-    Real half[4];
-    Real image[4];
-    hamilton(quat, axis, half);
-    hamilton(half, conj, image);
-    for (int j = 0; j < 3; ++j) {
-      t.a[i][j] = image[j];
-    }
-  }
-  return t;
-}
-
-// The in-plane table of a 2D rotation from its angle t = 2 atan2(p0, p1): rows (cos t, sin t)
-// and (-sin t, cos t).
-template <typename T>
-Table tableOf2d(const T* p) {
-  const Real t = 2 * std::atan2(static_cast<Real>(p[0]), static_cast<Real>(p[1]));
-  Table b{};
-  b.a[0][0] = std::cos(t);
-  b.a[0][1] = std::sin(t);
-  b.a[1][0] = -std::sin(t);
-  b.a[1][1] = std::cos(t);
-  b.a[2][2] = 1;
-  return b;
-}
+using Table = ReferenceTable;
 
 struct Matrix {
   Real s[3][3];
@@ -326,27 +281,29 @@ std::array<Real, 6> reference(Kernel k, const T* c, const T* rotation) {
   std::array<Real, 6> r{};
   switch (k) {
   case Kernel::Full3d: {
-    const Matrix m = turned(tableOf(rotation), symmetric(c[0], c[1], c[2], c[3], c[4], c[5]));
+    const Matrix m =
+        turned(referenceTable3d(rotation), symmetric(c[0], c[1], c[2], c[3], c[4], c[5]));
     r = {m.s[0][0], m.s[1][1], m.s[2][2], m.s[0][1], m.s[0][2], m.s[1][2]};
     return r;
   }
   case Kernel::Planar3d: {
-    const Matrix m = turned(tableOf(rotation), symmetric(c[0], c[1], c[2], c[3], 0, 0));
+    const Matrix m = turned(referenceTable3d(rotation), symmetric(c[0], c[1], c[2], c[3], 0, 0));
     r = {m.s[0][0], m.s[1][1], m.s[2][2], m.s[0][1], 0, 0};
     return r;
   }
   case Kernel::Surface3d: {
-    const Matrix m = turned(inPlaneBlock(tableOf(rotation)), symmetric(c[0], c[1], 0, c[2], 0, 0));
+    const Matrix m =
+        turned(inPlaneBlock(referenceTable3d(rotation)), symmetric(c[0], c[1], 0, c[2], 0, 0));
     r = {m.s[0][0], m.s[1][1], m.s[0][1], 0, 0, 0};
     return r;
   }
   case Kernel::Planar2d: {
-    const Matrix m = turned(tableOf2d(rotation), symmetric(c[0], c[1], c[2], c[3], 0, 0));
+    const Matrix m = turned(referenceTable2d(rotation), symmetric(c[0], c[1], c[2], c[3], 0, 0));
     r = {m.s[0][0], m.s[1][1], m.s[2][2], m.s[0][1], 0, 0};
     return r;
   }
   case Kernel::Surface2d: {
-    const Matrix m = turned(tableOf2d(rotation), symmetric(c[0], c[1], 0, c[2], 0, 0));
+    const Matrix m = turned(referenceTable2d(rotation), symmetric(c[0], c[1], 0, c[2], 0, 0));
     r = {m.s[0][0], m.s[1][1], m.s[0][1], 0, 0, 0};
     return r;
   }

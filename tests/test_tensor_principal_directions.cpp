@@ -85,38 +85,15 @@ Matrix matrixOf(const utf_Tensor<T>& tensor) {
   return Matrix{{{s11, s12, s13}, {s12, s22, s23}, {s13, s23, s33}}};
 }
 
-void hamilton(const Real* q, const Real* p, Real* r) {
-  r[0] = q[3] * p[0] + p[3] * q[0] + (q[1] * p[2] - q[2] * p[1]);
-  r[1] = q[3] * p[1] + p[3] * q[1] + (q[2] * p[0] - q[0] * p[2]);
-  r[2] = q[3] * p[2] + p[3] * q[2] + (q[0] * p[1] - q[1] * p[0]);
-  r[3] = q[3] * p[3] - (q[0] * p[0] + q[1] * p[1] + q[2] * p[2]);
-}
-
-// The rows of the direction-cosine table of the returned rotation: a 3D quaternion (x, y, z, w)
-// turns global axis i onto row i (q e_i q*); a 2D rotation (s, c, 0, 0) by t = 2 atan2(s, c)
-// has rows (cos t, sin t, 0), (-sin t, cos t, 0), (0, 0, 1).
+// The rows of the direction-cosine table of the returned rotation: a 3D quaternion (x, y, z, w),
+// or a 2D rotation (s, c, 0, 0).
 template <typename T>
 Matrix frameOf(res_DataTypeEnm type, const T* quaternion) {
+  const ReferenceTable t = is2d(type) ? referenceTable2d(quaternion) : referenceTable3d(quaternion);
   Matrix rows{};
-  if (is2d(type)) {
-    const Real t =
-        2 * std::atan2(static_cast<Real>(quaternion[0]), static_cast<Real>(quaternion[1]));
-    rows.s[0][0] = std::cos(t), rows.s[0][1] = std::sin(t);
-    rows.s[1][0] = -std::sin(t), rows.s[1][1] = std::cos(t);
-    rows.s[2][2] = 1;
-    return rows;
-  }
-  const Real q[4] = {quaternion[0], quaternion[1], quaternion[2], quaternion[3]};
-  const Real conj[4] = {-q[0], -q[1], -q[2], q[3]};
   for (int i = 0; i < 3; ++i) {
-    Real axis[4] = {0, 0, 0, 0};
-    axis[i] = 1;
-    Real half[4];
-    Real image[4];
-    hamilton(q, axis, half);
-    hamilton(half, conj, image);
     for (int j = 0; j < 3; ++j) {
-      rows.s[i][j] = image[j];
+      rows.s[i][j] = t.a[i][j];
     }
   }
   return rows;
@@ -340,7 +317,7 @@ TYPED_TEST(PrincipalDirections, RelativeToAnotherFrameIsTheInverseOfThatFrameTim
                           -static_cast<Real>(frame[2]), static_cast<Real>(frame[3])};
     const Real p[4] = {quaternion[0], quaternion[1], quaternion[2], quaternion[3]};
     Real expected[4];
-    hamilton(conj, p, expected);
+    referenceProduct(conj, p, expected);
     double plus = 0.0, minus = 0.0;
     for (int i = 0; i < 4; ++i) {
       plus = std::max(plus, static_cast<double>(std::fabs(relative[i] - expected[i])));

@@ -122,46 +122,13 @@ cow_2DArray<T> tableWithNormal(T d22) {
 // ---------------------------------------------------------------------------------------------
 // Independent long-double reference.
 
-struct Table {
-  Real a[3][3];
-};
+using Table = ReferenceTable;
 
-void hamilton(const Real* q, const Real* p, Real* r) {
-  r[0] = q[3] * p[0] + p[3] * q[0] + (q[1] * p[2] - q[2] * p[1]);
-  r[1] = q[3] * p[1] + p[3] * q[1] + (q[2] * p[0] - q[0] * p[2]);
-  r[2] = q[3] * p[2] + p[3] * q[2] + (q[0] * p[1] - q[1] * p[0]);
-  r[3] = q[3] * p[3] - (q[0] * p[0] + q[1] * p[1] + q[2] * p[2]);
-}
-
-// The table of a 3D rotation: row i is the image q e_i q* of global axis i. A 2D rotation
-// (sin(t/2), cos(t/2)): rows (cos t, sin t, 0), (-sin t, cos t, 0), (0, 0, 1).
+// The table of a rotation value, 2D or 3D, in long double.
 template <typename T>
 Table tableOf(const utf_Quaternion<T>& rotation) {
-  const T* q = rotation.data();
-  Table t{};
-  if (rotation.type() == res_Rotation2d) {
-    const Real angle = 2 * std::atan2(static_cast<Real>(q[0]), static_cast<Real>(q[1]));
-    t.a[0][0] = std::cos(angle);
-    t.a[0][1] = std::sin(angle);
-    t.a[1][0] = -std::sin(angle);
-    t.a[1][1] = std::cos(angle);
-    t.a[2][2] = 1;
-    return t;
-  }
-  const Real quat[4] = {q[0], q[1], q[2], q[3]};
-  const Real conj[4] = {-quat[0], -quat[1], -quat[2], quat[3]};
-  for (int i = 0; i < 3; ++i) {
-    Real axis[4] = {0, 0, 0, 0};
-    axis[i] = 1;
-    Real half[4];
-    Real image[4];
-    hamilton(quat, axis, half);
-    hamilton(half, conj, image);
-    for (int j = 0; j < 3; ++j) {
-      t.a[i][j] = image[j];
-    }
-  }
-  return t;
+  return rotation.type() == res_Rotation2d ? referenceTable2d(rotation.data())
+                                           : referenceTable3d(rotation.data());
 }
 
 template <typename T>
