@@ -27,6 +27,7 @@
 // The library.
 #include "res_DataTypeEnm.h"
 #include "utf_Assert.h"
+#include "utf_Constants.h"
 #include "utf_EngineeringData.h"
 #include "utf_Export.h"
 #include "utf_Lifecycle.h"
