@@ -1,8 +1,12 @@
 #ifndef UTF_H
 #define UTF_H
 
-// The whole interface of the library: its value types, its start and end, and the companion
-// modules' types that appear in its signatures. Link utf::utf.
+// The whole interface of the library: its value types, its start and end, the numerical routines,
+// and the companion modules' types that appear in its signatures. Link utf::utf.
+//
+// include/ holds the public headers, each a contract (declarations, what each operation promises);
+// the conventions they share are stated once in utf_Conventions.h, the assertions in
+// utf_Assert.h. The definitions live in utf/impl/ and are compiled under the project's flags only.
 
 // Companion modules.
 #include "KPTatr.h"
@@ -28,6 +32,7 @@
 #include "res_DataTypeEnm.h"
 #include "utf_Assert.h"
 #include "utf_Constants.h"
+#include "utf_Conventions.h"
 #include "utf_EngineeringData.h"
 #include "utf_Export.h"
 #include "utf_Lifecycle.h"

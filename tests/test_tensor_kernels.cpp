@@ -4,6 +4,8 @@
 // rotations, and allocation-free operation.
 
 #include "test_support.h"
+// The library's private home of the rotation arithmetic, whose cosines are checked below.
+#include "utf_RotationArithmetic.h"
 
 #include <algorithm>
 #include <array>
@@ -551,7 +553,7 @@ TYPED_TEST(TensorKernels, TheCosinesAreTheRotationKernelsTableWithTheFloatRulesB
     T q[4];
     randomUnitQuaternion(q);
     const utf_Quat3dBase<T> kernel(q);
-    const utf_TensorCosines3d<T> a(kernel);
+    const utf_impl::Cosines3d<T> a = utf_impl::cosines3d(static_cast<const T*>(q));
     T table[3][3];
     kernel.cosines(table);
     const T got[9] = {a.a11, a.a12, a.a13, a.a21, a.a22, a.a23, a.a31, a.a32, a.a33};
@@ -559,16 +561,16 @@ TYPED_TEST(TensorKernels, TheCosinesAreTheRotationKernelsTableWithTheFloatRulesB
     const T expected[9] = {e.a11, e.a12, e.a13, e.a21, e.a22, e.a23, e.a31, e.a32, e.a33};
     expectSameBits(got, expected, 9);
     expectSameBits(got, &table[0][0], 9);
-    const utf_TensorCosines3dInPlane<T> block(kernel);
-    const T gotBlock[4] = {block.a11, block.a12, block.a21, block.a22};
+    const utf_impl::Block2<T> block = utf_impl::inPlaneBlock(a);
+    const T gotBlock[4] = {block.c11, block.c12, block.c21, block.c22};
     const T expectedBlock[4] = {e.a11, e.a12, e.a21, e.a22};
     expectSameBits(gotBlock, expectedBlock, 4);
 
     T p[2];
     randomRotation2d(p);
-    const utf_TensorCosines2d<T> b{utf_Quat2dBase<T>(p)};
+    const utf_impl::Block2<T> b = utf_impl::cosines2d(static_cast<const T*>(p));
     const T p0 = p[0], p1 = p[1];
-    const T gotB[4] = {b.b11, b.b12, b.b21, b.b22};
+    const T gotB[4] = {b.c11, b.c12, b.c21, b.c22};
     const T expectedB[4] = {static_cast<T>(1.0 - 2.0 * static_cast<double>(p0 * p0)),
                             static_cast<T>(2.0 * static_cast<double>(p1 * p0)),
                             static_cast<T>(2.0 * static_cast<double>((-p1) * p0)),

@@ -2,12 +2,7 @@
 
 #include "utf_QuaternionAdapters.h"
 
-namespace {
-
-// The source that this adapter's assertions report.
-const char* const s_source = "utf/impl/utf_QuaternionDoubleAdapter";
-
-} // namespace
+#include "utf_QuaternionAdapterRules.h"
 
 utf_QuaternionDoubleAdapter::utf_QuaternionDoubleAdapter(const utf_Quaternion<double>& q)
     : utf_Quaternion<double>(q) {}
@@ -17,10 +12,11 @@ utf_QuaternionDoubleAdapter::utf_QuaternionDoubleAdapter(
     : utf_Quaternion<double>(type) {
   // Built empty of the given type, then given a fresh owning copy of the rotation's components
   // (the base assignment keeps the type, which is the same).
-  utf_EngineeringData<double>::operator=(
-      utf_QuaternionAdapterRules<double>::rotation(type, lcs, s_source));
+  utf_EngineeringData<double>::operator=(utf_impl::QuaternionAdapterRules<double>::rotation(
+      type, lcs, utf_QuaternionAdapterAssertLine::doubleSource));
 }
 
 cow_1DArrayList<cow_1DArrayList<double>> utf_QuaternionDoubleAdapter::cosines() const {
-  return utf_QuaternionAdapterRules<double>::cosines(*this, s_source);
+  return utf_impl::QuaternionAdapterRules<double>::cosines(
+      *this, utf_QuaternionAdapterAssertLine::doubleSource);
 }

@@ -2,12 +2,7 @@
 
 #include "utf_QuaternionAdapters.h"
 
-namespace {
-
-// The source that this adapter's assertions report.
-const char* const s_source = "utf/impl/utf_QuaternionFloatAdapter";
-
-} // namespace
+#include "utf_QuaternionAdapterRules.h"
 
 utf_QuaternionFloatAdapter::utf_QuaternionFloatAdapter(const utf_Quaternion<float>& q)
     : utf_Quaternion<float>(q) {}
@@ -17,10 +12,11 @@ utf_QuaternionFloatAdapter::utf_QuaternionFloatAdapter(
     : utf_Quaternion<float>(type) {
   // Built empty of the given type, then given a fresh owning copy of the rotation's components
   // (the base assignment keeps the type, which is the same).
-  utf_EngineeringData<float>::operator=(
-      utf_QuaternionAdapterRules<float>::rotation(type, lcs, s_source));
+  utf_EngineeringData<float>::operator=(utf_impl::QuaternionAdapterRules<float>::rotation(
+      type, lcs, utf_QuaternionAdapterAssertLine::floatSource));
 }
 
 cow_1DArrayList<cow_1DArrayList<float>> utf_QuaternionFloatAdapter::cosines() const {
-  return utf_QuaternionAdapterRules<float>::cosines(*this, s_source);
+  return utf_impl::QuaternionAdapterRules<float>::cosines(
+      *this, utf_QuaternionAdapterAssertLine::floatSource);
 }
