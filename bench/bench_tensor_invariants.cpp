@@ -15,6 +15,8 @@
 //
 // Run: bench_tensor_invariants [--benchmark_filter=REGEX] [--benchmark_min_time=SECONDS]
 
+#include "bench_data.h"
+#include "eigen_peer.h"
 #include "utf.h"
 
 #include <Eigen/Eigenvalues>
@@ -29,40 +31,21 @@
 
 namespace {
 
-constexpr int kTensors = 1000000;
+using utf_bench::kLayouts;
+using utf_bench::kTensors;
+using utf_bench::Layout;
+using utf_bench::reportPerTensor;
 
-struct Layout {
-  res_DataTypeEnm type;
-  const char* name;
-};
-
-const Layout kLayouts[] = {{res_Tensor3dFull, "3d_full"},
-                           {res_Tensor3dPlanar, "3d_planar"},
-                           {res_Tensor3dSurface, "3d_surface"},
-                           {res_Tensor2dPlanar, "2d_planar"},
-                           {res_Tensor2dSurface, "2d_surface"}};
-
-// The components of kTensors pseudo-random tensors of a layout, one tensor after another; made
-// once per layout and precision, outside the timed loops.
+// The benchmark's tensors of a layout (bench_data.h), made once per layout and precision,
+// outside the timed loops.
 template <typename T>
 std::vector<T>& components(res_DataTypeEnm type) {
   static std::vector<T> byType[res_Tensor2dSurface + 1];
   std::vector<T>& data = byType[type];
   if (data.empty()) {
-    std::mt19937_64 generator(20261122u + static_cast<unsigned>(type));
-    std::uniform_real_distribution<double> value(-100.0, 100.0);
-    data.resize(static_cast<std::size_t>(kTensors) * utf_tensorComponentCount(type));
-    for (T& component : data) {
-      component = static_cast<T>(value(generator));
-    }
+    data = utf_bench::makeTensorData<T>(type, false).components;
   }
   return data;
-}
-
-// Time per tensor: the rate of tensors per second, inverted.
-void reportPerTensor(benchmark::State& state) {
-  state.counters["per_tensor"] = benchmark::Counter(
-      kTensors, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 template <typename T, T (utf_Tensor<T>::*Query)() const>
@@ -110,27 +93,6 @@ void view(benchmark::State& state, res_DataTypeEnm type) {
   reportPerTensor(state);
 }
 
-// The symmetric 3x3 matrix of a tensor; planar and surface layouts have no S13, S23 (and a
-// surface layout no S33).
-template <typename T>
-Eigen::Matrix<T, 3, 3> matrixOf(res_DataTypeEnm type, const T* c) {
-  Eigen::Matrix<T, 3, 3> m;
-  const T zero(0);
-  T s33 = c[2], s12 = zero, s13 = zero, s23 = zero;
-  if (utf_isSurfaceTensorType(type)) {
-    s33 = zero;
-    s12 = c[2];
-  } else if (type == res_Tensor3dFull) {
-    s12 = c[3];
-    s13 = c[4];
-    s23 = c[5];
-  } else {
-    s12 = c[3];
-  }
-  m << c[0], s12, s13, s12, c[1], s23, s13, s23, s33;
-  return m;
-}
-
 template <typename T>
 void eigenComputeDirect(benchmark::State& state, res_DataTypeEnm type) {
   const T* first = components<T>(type).data();
@@ -138,8 +100,9 @@ void eigenComputeDirect(benchmark::State& state, res_DataTypeEnm type) {
   Eigen::SelfAdjointEigenSolver<Eigen::Matrix<T, 3, 3>> solver;
   for (auto _ : state) {
     for (int i = 0; i < kTensors; ++i) {
-      solver.computeDirect(matrixOf(type, first + static_cast<std::ptrdiff_t>(i) * count),
-                           Eigen::EigenvaluesOnly);
+      solver.computeDirect(
+          utf_bench::eigenMatrixOf(type, first + static_cast<std::ptrdiff_t>(i) * count),
+          Eigen::EigenvaluesOnly);
       T largest = solver.eigenvalues()(2);
       benchmark::DoNotOptimize(largest);
     }

@@ -20,6 +20,8 @@
 //
 // Run: bench_tensor_transform [--benchmark_filter=REGEX] [--benchmark_min_time=SECONDS]
 
+#include "bench_data.h"
+#include "eigen_peer.h"
 #include "utf.h"
 
 #include <Eigen/Geometry>
@@ -29,34 +31,19 @@
 #include <cstddef>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
-constexpr int kTensors = 1000000;
+using utf_bench::kLayouts;
+using utf_bench::kTensors;
+using utf_bench::Layout;
+using utf_bench::reportPerTensor;
+using utf_bench::rotationCount;
 
-struct Layout {
-  res_DataTypeEnm type;
-  const char* name;
-};
-
-const Layout kLayouts[] = {{res_Tensor3dFull, "3d_full"},
-                           {res_Tensor3dPlanar, "3d_planar"},
-                           {res_Tensor3dSurface, "3d_surface"},
-                           {res_Tensor2dPlanar, "2d_planar"},
-                           {res_Tensor2dSurface, "2d_surface"}};
-
-bool is2d(res_DataTypeEnm type) {
-  return utf_is2dTensorType(type);
-}
-
-// Values of the rotation of a layout: four for the 3D layouts, two for the 2D ones.
-int rotationCount(res_DataTypeEnm type) {
-  return is2d(type) ? 2 : 4;
-}
-
-// kTensors tensors of a layout one after another, and kTensors rotations for it; made once per
-// layout and precision, outside the timed loops.
+// The benchmark's tensors and rotations of a layout (bench_data.h), with a pristine copy of the
+// components; made once per layout and precision, outside the timed loops.
 template <typename T>
 struct Data {
   std::vector<T> pristine;
@@ -69,36 +56,10 @@ Data<T>& dataFor(res_DataTypeEnm type) {
   static Data<T> byType[res_Tensor2dSurface + 1];
   Data<T>& data = byType[type];
   if (data.components.empty()) {
-    std::mt19937_64 generator(20261122u + static_cast<unsigned>(type));
-    std::uniform_real_distribution<double> value(-100.0, 100.0);
-    std::uniform_real_distribution<double> unit(-1.0, 1.0);
-    data.pristine.resize(static_cast<std::size_t>(kTensors) * utf_tensorComponentCount(type));
-    for (T& component : data.pristine) {
-      component = static_cast<T>(value(generator));
-    }
-    data.components = data.pristine;
-    data.rotations.resize(static_cast<std::size_t>(kTensors) * rotationCount(type));
-    for (int i = 0; i < kTensors; ++i) {
-      T* r = data.rotations.data() + static_cast<std::ptrdiff_t>(i) * rotationCount(type);
-      if (is2d(type)) {
-        const double half = 1.5707963267948966 * unit(generator);
-        r[0] = static_cast<T>(std::sin(half));
-        r[1] = static_cast<T>(std::cos(half));
-        continue;
-      }
-      double q[4];
-      double norm2 = 0.0;
-      do {
-        norm2 = 0.0;
-        for (double& v : q) {
-          v = unit(generator);
-          norm2 += v * v;
-        }
-      } while (norm2 < 0.01);
-      for (int k = 0; k < 4; ++k) {
-        r[k] = static_cast<T>(q[k] / std::sqrt(norm2));
-      }
-    }
+    utf_bench::TensorData<T> made = utf_bench::makeTensorData<T>(type, true);
+    data.pristine = made.components;
+    data.components = std::move(made.components);
+    data.rotations = std::move(made.rotations);
   }
   return data;
 }
@@ -109,11 +70,6 @@ void restore(benchmark::State& state, Data<T>& data) {
   state.PauseTiming();
   data.components = data.pristine;
   state.ResumeTiming();
-}
-
-void reportPerTensor(benchmark::State& state) {
-  state.counters["per_tensor"] = benchmark::Counter(
-      kTensors, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 // The rotation of tensor i: its own, or the first one for every tensor.
@@ -184,64 +140,21 @@ void transform(benchmark::State& state, res_DataTypeEnm type, bool perTensor) {
   reportPerTensor(state);
 }
 
-// The symmetric 3 x 3 matrix of a tensor, and its components written back in the layout.
-template <typename T>
-Eigen::Matrix<T, 3, 3> matrixOf(res_DataTypeEnm type, const T* c) {
-  const T zero(0);
-  T s33 = c[2], s12 = zero, s13 = zero, s23 = zero;
-  if (utf_isSurfaceTensorType(type)) {
-    s33 = zero;
-    s12 = c[2];
-  } else if (type == res_Tensor3dFull) {
-    s12 = c[3], s13 = c[4], s23 = c[5];
-  } else {
-    s12 = c[3];
-  }
-  Eigen::Matrix<T, 3, 3> m;
-  m << c[0], s12, s13, s12, c[1], s23, s13, s23, s33;
-  return m;
-}
-
-template <typename T>
-void storeBack(res_DataTypeEnm type, const Eigen::Matrix<T, 3, 3>& m, T* c) {
-  c[0] = m(0, 0);
-  c[1] = m(1, 1);
-  if (utf_isSurfaceTensorType(type)) {
-    c[2] = m(0, 1);
-    return;
-  }
-  c[2] = m(2, 2);
-  c[3] = m(0, 1);
-  if (type == res_Tensor3dFull) {
-    c[4] = m(0, 2);
-    c[5] = m(1, 2);
-  }
-}
-
-// A = R^T, the rows of A the new axes, R Eigen's rotation matrix of (w, x, y, z); a 2D rotation
-// (s, c) is the 3D (0, 0, s, c).
-template <typename T>
-Eigen::Matrix<T, 3, 3> tableOf(res_DataTypeEnm type, const T* r) {
-  const Eigen::Quaternion<T> q = is2d(type) ? Eigen::Quaternion<T>(r[1], T(0), T(0), r[0])
-                                            : Eigen::Quaternion<T>(r[3], r[0], r[1], r[2]);
-  return q.toRotationMatrix().transpose();
-}
-
 template <typename T>
 void eigen(benchmark::State& state, res_DataTypeEnm type, bool perTensor) {
   Data<T>& data = dataFor<T>(type);
   const int count = utf_tensorComponentCount(type);
   T* first = data.components.data();
-  const Eigen::Matrix<T, 3, 3> shared = tableOf(type, data.rotations.data());
+  const Eigen::Matrix<T, 3, 3> shared = utf_bench::eigenTableOf(type, data.rotations.data());
   for (auto _ : state) {
     restore(state, data);
     for (int i = 0; i < kTensors; ++i) {
       T* c = first + static_cast<std::ptrdiff_t>(i) * count;
       const Eigen::Matrix<T, 3, 3> a =
-          perTensor ? tableOf(type, rotationOf(data, type, i, true)) : shared;
-      const Eigen::Matrix<T, 3, 3> s = matrixOf(type, c);
+          perTensor ? utf_bench::eigenTableOf(type, rotationOf(data, type, i, true)) : shared;
+      const Eigen::Matrix<T, 3, 3> s = utf_bench::eigenMatrixOf(type, c);
       const Eigen::Matrix<T, 3, 3> turned = a * s * a.transpose();
-      storeBack(type, turned, c);
+      utf_bench::eigenStoreBack(type, turned, c);
     }
     benchmark::ClobberMemory();
   }

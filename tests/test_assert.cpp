@@ -1,5 +1,8 @@
 // The library's assertion mechanism: a failed precondition raises nex_AssertException carrying
-// the asserted expression's text, the source file and the line, exactly.
+// the asserted expression's text, the source name and the assertion's number, exactly; and the
+// identity (source, number) of every assertion the library makes, which is fixed. The other test
+// programs name the identifiers (utf_TensorAssertLine::notNormal, ...); only this one spells out
+// their values, so a renumbering shows here.
 
 #include "test_support.h"
 
@@ -86,6 +89,31 @@ TEST(Assert, FailureLeaksNothing) {
     }
   }
   EXPECT_EQ(mem_LiveBlocks(), before);
+}
+
+TEST(Assert, EveryAssertionOfTheLibraryHasItsFixedIdentity) {
+  EXPECT_STREQ(utf_QuaternionAssertLine::source, "include/utf_Quaternion");
+  EXPECT_EQ(utf_QuaternionAssertLine::matrixUnknownType, 201);
+  EXPECT_EQ(utf_QuaternionAssertLine::table3dShape, 202);
+  EXPECT_EQ(utf_QuaternionAssertLine::table2dRows, 203);
+  EXPECT_EQ(utf_QuaternionAssertLine::table2dTwoColumns, 204);
+  EXPECT_EQ(utf_QuaternionAssertLine::table2dThreeColumns, 205);
+  EXPECT_EQ(utf_QuaternionAssertLine::tableUnknownType, 206);
+  EXPECT_EQ(utf_QuaternionAssertLine::multType, 207);
+
+  EXPECT_STREQ(utf_QuaternionAdapterAssertLine::floatSource, "utf/impl/utf_QuaternionFloatAdapter");
+  EXPECT_STREQ(utf_QuaternionAdapterAssertLine::doubleSource,
+               "utf/impl/utf_QuaternionDoubleAdapter");
+  EXPECT_EQ(utf_QuaternionAdapterAssertLine::rowCount, 31);
+  EXPECT_EQ(utf_QuaternionAdapterAssertLine::rowSize, 36);
+  EXPECT_EQ(utf_QuaternionAdapterAssertLine::cosinesUnknownType, 58);
+
+  EXPECT_STREQ(utf_TensorAssertLine::source, "include/utf_Tensor");
+  EXPECT_EQ(utf_TensorAssertLine::rotationType, 884);
+  EXPECT_EQ(utf_TensorAssertLine::notNormal, 830);
+
+  EXPECT_STREQ(utf_VectorAssertLine::source, "include/utf_Vector");
+  EXPECT_EQ(utf_VectorAssertLine::not2dTransform, 84);
 }
 
 } // namespace

@@ -428,33 +428,9 @@ TEST(AtrString, EmptyStringEqualsEmptyText) {
 // Module start and end
 
 TEST(AtrModule, StartsAndEndsNestAndLeaveTheCounterAlone) {
-  const int before = atr_initialized();
-  int counter = 11;
-  atr_initialize(counter);
-  atr_initialize(counter);
-  EXPECT_EQ(atr_initialized(), before + 2);
-  EXPECT_EQ(counter, 11);
-  atr_finalize(counter);
-  atr_finalize(counter);
-  EXPECT_EQ(atr_initialized(), before);
-  EXPECT_EQ(counter, 11);
+  expectStartsAndEndsNest({atr_initialize, atr_finalize, atr_initialized}, 11, 2);
 }
 
 TEST(AtrModule, UnmatchedEndIsIgnored) {
-  int counter = 0;
-  int ended = 0;
-  while (atr_initialized() > 0) {
-    atr_finalize(counter);
-    ++ended;
-  }
-  atr_finalize(counter);
-  EXPECT_EQ(atr_initialized(), 0);
-  atr_initialize(counter);
-  EXPECT_EQ(atr_initialized(), 1);
-  atr_finalize(counter);
-  for (int i = 0; i < ended; ++i) {
-    atr_initialize(counter);
-  }
-  EXPECT_EQ(atr_initialized(), ended);
-  EXPECT_EQ(counter, 0);
+  expectUnmatchedEndIsIgnored({atr_initialize, atr_finalize, atr_initialized}, 0);
 }

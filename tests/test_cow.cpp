@@ -737,33 +737,9 @@ TEST(CowString, ShiftOfEmptyStringWritesNothing) {
 // Module start and end
 
 TEST(CowModule, StartsAndEndsNestAndLeaveTheCounterAlone) {
-  const int before = cow_initialized();
-  int counter = 5;
-  cow_initialize(counter);
-  cow_initialize(counter);
-  EXPECT_EQ(cow_initialized(), before + 2);
-  cow_finalize(counter);
-  EXPECT_EQ(cow_initialized(), before + 1);
-  cow_finalize(counter);
-  EXPECT_EQ(cow_initialized(), before);
-  EXPECT_EQ(counter, 5);
+  expectStartsAndEndsNest({cow_initialize, cow_finalize, cow_initialized}, 5, 2);
 }
 
 TEST(CowModule, UnmatchedEndIsIgnored) {
-  int counter = 0;
-  int ended = 0;
-  while (cow_initialized() > 0) {
-    cow_finalize(counter);
-    ++ended;
-  }
-  cow_finalize(counter);
-  EXPECT_EQ(cow_initialized(), 0);
-  cow_initialize(counter);
-  EXPECT_EQ(cow_initialized(), 1);
-  cow_finalize(counter);
-  for (int i = 0; i < ended; ++i) {
-    cow_initialize(counter);
-  }
-  EXPECT_EQ(cow_initialized(), ended);
-  EXPECT_EQ(counter, 0);
+  expectUnmatchedEndIsIgnored({cow_initialize, cow_finalize, cow_initialized}, 0);
 }

@@ -36,51 +36,15 @@ long double lengthOf(const gsl_Vector& v) {
   return std::sqrt(x * x + y * y + z * z);
 }
 
-// A 3 x 3 matrix in long double.
-struct Matrix3 {
-  long double m[3][3];
-};
-
-Matrix3 multiply(const Matrix3& a, const Matrix3& b) {
-  Matrix3 r{};
-  for (int i = 0; i < 3; ++i) {
-    for (int j = 0; j < 3; ++j) {
-      long double sum = 0.0L;
-      for (int k = 0; k < 3; ++k) {
-        sum += a.m[i][k] * b.m[k][j];
-      }
-      r.m[i][j] = sum;
-    }
-  }
-  return r;
-}
-
-// Counter-clockwise rotations about the x, y and z axes.
-Matrix3 rotationX(long double angle) {
-  const long double c = std::cos(angle);
-  const long double s = std::sin(angle);
-  return Matrix3{{{1.0L, 0.0L, 0.0L}, {0.0L, c, -s}, {0.0L, s, c}}};
-}
-Matrix3 rotationY(long double angle) {
-  const long double c = std::cos(angle);
-  const long double s = std::sin(angle);
-  return Matrix3{{{c, 0.0L, s}, {0.0L, 1.0L, 0.0L}, {-s, 0.0L, c}}};
-}
-Matrix3 rotationZ(long double angle) {
-  const long double c = std::cos(angle);
-  const long double s = std::sin(angle);
-  return Matrix3{{{c, -s, 0.0L}, {s, c, 0.0L}, {0.0L, 0.0L, 1.0L}}};
-}
-
 // Column j of `r`, rounded to double, as a vector of weight `h` (the stored numbers scaled by h).
-gsl_Vector column(const Matrix3& r, int j, double h = 1.0) {
-  return gsl_Vector(static_cast<double>(r.m[0][j]) * h, static_cast<double>(r.m[1][j]) * h,
-                    static_cast<double>(r.m[2][j]) * h, h);
+gsl_Vector column(const RealMatrix& r, int j, double h = 1.0) {
+  return gsl_Vector(static_cast<double>(r.a[0][j]) * h, static_cast<double>(r.a[1][j]) * h,
+                    static_cast<double>(r.a[2][j]) * h, h);
 }
 
 // The frame whose axes are the columns of Rx(a) Ry(b) Rz(c).
 gsl_Matrix frameOf(long double a, long double b, long double c, double h = 1.0) {
-  const Matrix3 r = multiply(rotationX(a), multiply(rotationY(b), rotationZ(c)));
+  const RealMatrix r = product(aboutX(a), product(aboutY(b), aboutZ(c)));
   gsl_Matrix frame;
   frame.SetRotationVectors(column(r, 0, h), column(r, 1, h), column(r, 2, h));
   return frame;
@@ -582,35 +546,9 @@ TEST(GslMatrix, SineBelowMinusOneIsClampedToAQuarterTurn) {
 // Module start and end
 
 TEST(GslModule, StartsAndEndsNestAndLeaveTheCounterAlone) {
-  const int before = gsl_initialized();
-  int counter = 9;
-  gsl_initialize(counter);
-  gsl_initialize(counter);
-  gsl_initialize(counter);
-  EXPECT_EQ(gsl_initialized(), before + 3);
-  gsl_finalize(counter);
-  EXPECT_EQ(gsl_initialized(), before + 2);
-  gsl_finalize(counter);
-  gsl_finalize(counter);
-  EXPECT_EQ(gsl_initialized(), before);
-  EXPECT_EQ(counter, 9);
+  expectStartsAndEndsNest({gsl_initialize, gsl_finalize, gsl_initialized}, 9, 3);
 }
 
 TEST(GslModule, UnmatchedEndIsIgnored) {
-  int counter = 0;
-  int ended = 0;
-  while (gsl_initialized() > 0) {
-    gsl_finalize(counter);
-    ++ended;
-  }
-  gsl_finalize(counter);
-  EXPECT_EQ(gsl_initialized(), 0);
-  gsl_initialize(counter);
-  EXPECT_EQ(gsl_initialized(), 1);
-  gsl_finalize(counter);
-  for (int i = 0; i < ended; ++i) {
-    gsl_initialize(counter);
-  }
-  EXPECT_EQ(gsl_initialized(), ended);
-  EXPECT_EQ(counter, 0);
+  expectUnmatchedEndIsIgnored({gsl_initialize, gsl_finalize, gsl_initialized}, 0);
 }

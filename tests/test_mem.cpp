@@ -61,18 +61,6 @@ int fewestRoundTripDigits(double value) {
   return 99;
 }
 
-// Brings a module's nesting depth to zero, returning how many ends that took.
-template <typename Depth, typename End>
-int drain(Depth depth, End end) {
-  int counter = 0;
-  int ended = 0;
-  while (depth() > 0) {
-    end(counter);
-    ++ended;
-  }
-  return ended;
-}
-
 } // namespace
 
 // ---------------------------------------------------------------------------------------------
@@ -191,39 +179,11 @@ TEST(MemArrayBytes, OverflowedCountMakesAllocationFail) {
 // Module start and end
 
 TEST(MemModule, StartsAndEndsNestAndLeaveTheCounterAlone) {
-  const int before = mem_initialized();
-  int counter = 7;
-  mem_initialize(counter);
-  EXPECT_EQ(counter, 7);
-  EXPECT_EQ(mem_initialized(), before + 1);
-  mem_initialize(counter);
-  EXPECT_EQ(counter, 7);
-  EXPECT_EQ(mem_initialized(), before + 2);
-  mem_finalize(counter);
-  EXPECT_EQ(counter, 7);
-  EXPECT_EQ(mem_initialized(), before + 1);
-  mem_finalize(counter);
-  EXPECT_EQ(counter, 7);
-  EXPECT_EQ(mem_initialized(), before);
+  expectStartsAndEndsNest({mem_initialize, mem_finalize, mem_initialized}, 7, 2);
 }
 
 TEST(MemModule, UnmatchedEndIsIgnored) {
-  const int ended = drain(mem_initialized, mem_finalize);
-  ASSERT_EQ(mem_initialized(), 0);
-  int counter = -3;
-  mem_finalize(counter);
-  EXPECT_EQ(mem_initialized(), 0);
-  EXPECT_EQ(counter, -3);
-  // After an ignored end, a start still counts from zero.
-  mem_initialize(counter);
-  EXPECT_EQ(mem_initialized(), 1);
-  mem_finalize(counter);
-  EXPECT_EQ(mem_initialized(), 0);
-  // Restore the depth the process had.
-  for (int i = 0; i < ended; ++i) {
-    mem_initialize(counter);
-  }
-  EXPECT_EQ(mem_initialized(), ended);
+  expectUnmatchedEndIsIgnored({mem_initialize, mem_finalize, mem_initialized}, -3);
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -311,33 +311,9 @@ TEST(ClsUid, DynTypeIdThroughABaseReference) {
 // Module start and end
 
 TEST(NexModule, StartsAndEndsNestAndLeaveTheCounterAlone) {
-  const int before = nex_initialized();
-  int counter = 2;
-  nex_initialize(counter);
-  EXPECT_EQ(nex_initialized(), before + 1);
-  nex_initialize(counter);
-  EXPECT_EQ(nex_initialized(), before + 2);
-  nex_finalize(counter);
-  nex_finalize(counter);
-  EXPECT_EQ(nex_initialized(), before);
-  EXPECT_EQ(counter, 2);
+  expectStartsAndEndsNest({nex_initialize, nex_finalize, nex_initialized}, 2, 2);
 }
 
 TEST(NexModule, UnmatchedEndIsIgnored) {
-  int counter = 0;
-  int ended = 0;
-  while (nex_initialized() > 0) {
-    nex_finalize(counter);
-    ++ended;
-  }
-  nex_finalize(counter);
-  EXPECT_EQ(nex_initialized(), 0);
-  nex_initialize(counter);
-  EXPECT_EQ(nex_initialized(), 1);
-  nex_finalize(counter);
-  for (int i = 0; i < ended; ++i) {
-    nex_initialize(counter);
-  }
-  EXPECT_EQ(nex_initialized(), ended);
-  EXPECT_EQ(counter, 0);
+  expectUnmatchedEndIsIgnored({nex_initialize, nex_finalize, nex_initialized}, 0);
 }

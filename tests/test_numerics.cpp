@@ -86,64 +86,17 @@ void expectQuat(const Quat& q, double x, double y, double z, double w, double to
 
 // ---- Independent long-double references ----
 
-using Matrix = std::array<std::array<long double, 3>, 3>;
-
-// The direction-cosine table of a quaternion (vector part x, y, z; scalar w): row i is new
-// axis i in global components.
-Matrix tableOf(long double x, long double y, long double z, long double w) {
-  Matrix c;
-  c[0] = {x * x - y * y - z * z + w * w, 2 * (x * y + z * w), 2 * (x * z - y * w)};
-  c[1] = {2 * (x * y - z * w), -x * x + y * y - z * z + w * w, 2 * (y * z + x * w)};
-  c[2] = {2 * (x * z + y * w), 2 * (y * z - x * w), -x * x - y * y + z * z + w * w};
-  return c;
-}
-
-// Eigenvalues of a symmetric 3 x 3 matrix by cyclic Jacobi rotations, in descending order.
-std::array<long double, 3> jacobiEigenvalues(Matrix a) {
-  for (int sweep = 0; sweep < 50; ++sweep) {
-    const long double off = a[0][1] * a[0][1] + a[0][2] * a[0][2] + a[1][2] * a[1][2];
-    const long double diag = a[0][0] * a[0][0] + a[1][1] * a[1][1] + a[2][2] * a[2][2];
-    if (off <= 1e-60L * diag || off == 0) {
-      break;
-    }
-    static const int pairs[3][2] = {{0, 1}, {0, 2}, {1, 2}};
-    for (const auto& pair : pairs) {
-      const int p = pair[0];
-      const int q = pair[1];
-      const int r = 3 - p - q;
-      if (a[p][q] == 0) {
-        continue;
-      }
-      const long double theta = (a[q][q] - a[p][p]) / (2 * a[p][q]);
-      const long double t =
-          (theta >= 0 ? 1 : -1) / (std::fabs(theta) + std::sqrt(theta * theta + 1));
-      const long double c = 1 / std::sqrt(t * t + 1);
-      const long double s = t * c;
-      const long double arp = a[r][p];
-      const long double arq = a[r][q];
-      a[p][p] -= t * a[p][q];
-      a[q][q] += t * a[p][q];
-      a[p][q] = a[q][p] = 0;
-      a[r][p] = a[p][r] = c * arp - s * arq;
-      a[r][q] = a[q][r] = s * arp + c * arq;
-    }
-  }
-  std::array<long double, 3> values = {a[0][0], a[1][1], a[2][2]};
-  std::sort(values.begin(), values.end(), [](long double x, long double y) { return x > y; });
-  return values;
-}
-
 // The symmetric matrix of stored components: NDI direct components (absent ones 0), then NSHR
 // shears (S12, S13, S23), halved for engineering shear.
-Matrix tensorMatrix(const double* s, int ndi, int nshr, bool halve) {
-  Matrix m{};
+RealMatrix tensorMatrix(const double* s, int ndi, int nshr, bool halve) {
+  RealMatrix m{};
   for (int i = 0; i < ndi; ++i) {
-    m[i][i] = s[i];
+    m.a[i][i] = s[i];
   }
   const long double f = halve ? 0.5L : 1.0L;
   static const int at[3][2] = {{0, 1}, {0, 2}, {1, 2}};
   for (int j = 0; j < nshr; ++j) {
-    m[at[j][0]][at[j][1]] = m[at[j][1]][at[j][0]] = f * s[ndi + j];
+    m.a[at[j][0]][at[j][1]] = m.a[at[j][1]][at[j][0]] = f * s[ndi + j];
   }
   return m;
 }
@@ -356,11 +309,11 @@ TEST(Calquat, RecoversRandomUnitQuaternionsUpToSign) {
     for (auto& c : v) {
       c /= norm;
     }
-    const Matrix table = tableOf(v[0], v[1], v[2], v[3]);
+    const RealMatrix table = referenceTable3d(v);
     double a[9];
     for (int i = 0; i < 3; ++i) {
       for (int j = 0; j < 3; ++j) {
-        a[3 * i + j] = static_cast<double>(table[i][j]); // column i = row i of the table
+        a[3 * i + j] = static_cast<double>(table.a[i][j]); // column i = row i of the table
       }
     }
     const Quat q = calquat(a);
@@ -1067,11 +1020,11 @@ TEST(Calprinq, RepairsALeftHandedFrameByNegatingTheSecondDirection) {
                 handedness[2] * raw.dir(2, 2),
             -0.99);
   const Result r = calprinq({0, 0, 0, 0, 1, 0}, 1, 8, 3, 3);
-  const Matrix c = tableOf(r.pq[3], r.pq[4], r.pq[5], r.pq[6]);
+  const RealMatrix c = referenceTable3d(r.pq + 3);
   const double expected[3][3] = {{kRoot1_2, 0, kRoot1_2}, {-kRoot1_2, 0, kRoot1_2}, {0, -1, 0}};
   for (int i = 0; i < 3; ++i) {
     for (int j = 0; j < 3; ++j) {
-      EXPECT_NEAR(static_cast<double>(c[i][j]), expected[i][j], 1e-15) << i << "," << j;
+      EXPECT_NEAR(static_cast<double>(c.a[i][j]), expected[i][j], 1e-15) << i << "," << j;
     }
   }
 }
@@ -1155,7 +1108,7 @@ TEST(CalprinqProperties, PrincipalValuesAndRightHandedEigenFramesForEveryLayout)
       }
       for (int icode : {1, 21}) {
         const bool halve = icode == 21;
-        const Matrix m = tensorMatrix(s.data(), shape.ndi, shape.nshr, halve);
+        const RealMatrix m = tensorMatrix(s.data(), shape.ndi, shape.nshr, halve);
         const auto eig = jacobiEigenvalues(m);
         const long double size = std::max(std::fabs(eig[0]), std::fabs(eig[2]));
         // The unsorted values, for the first-pair-only layouts.
@@ -1218,7 +1171,8 @@ TEST(CalprinqProperties, PrincipalValuesAndRightHandedEigenFramesForEveryLayout)
             }
             q[0] = 0, q[1] = 0, q[2] = r.pq[3], q[3] = r.pq[4];
           }
-          const Matrix c = tableOf(q[0], q[1], q[2], q[3]);
+          const RealMatrix table = referenceTable3d(q);
+          const auto& c = table.a;
           const long double det = c[0][0] * (c[1][1] * c[2][2] - c[1][2] * c[2][1]) -
                                   c[0][1] * (c[1][0] * c[2][2] - c[1][2] * c[2][0]) +
                                   c[0][2] * (c[1][0] * c[2][1] - c[1][1] * c[2][0]);
@@ -1230,7 +1184,7 @@ TEST(CalprinqProperties, PrincipalValuesAndRightHandedEigenFramesForEveryLayout)
             for (int row = 0; row < 3; ++row) {
               long double sv = 0;
               for (int col = 0; col < 3; ++col) {
-                sv += m[row][col] * c[i][col];
+                sv += m.a[row][col] * c[i][col];
               }
               const long double diff = sv - got[i] * c[i][row];
               residual2 += diff * diff;

@@ -17,20 +17,6 @@ double tolerance() {
   return std::is_same<T, float>::value ? 4e-6 : 2e-14;
 }
 
-// The direction-cosine table of a quaternion, in long double from the textbook formulas.
-void tableOf(const long double* q, long double (*c)[3]) {
-  const long double x = q[0], y = q[1], z = q[2], w = q[3];
-  c[0][0] = x * x - y * y - z * z + w * w;
-  c[0][1] = 2 * (x * y + z * w);
-  c[0][2] = 2 * (x * z - y * w);
-  c[1][0] = 2 * (x * y - z * w);
-  c[1][1] = -x * x + y * y - z * z + w * w;
-  c[1][2] = 2 * (y * z + x * w);
-  c[2][0] = 2 * (x * z + y * w);
-  c[2][1] = 2 * (y * z - x * w);
-  c[2][2] = -x * x - y * y + z * z + w * w;
-}
-
 // Expects q2 to be q or -q (the same rotation) within `bound`.
 template <typename A, typename B>
 void expectSameRotation(const A* q, const B* q2, double bound) {
@@ -198,22 +184,12 @@ TYPED_TEST(Quat3dKernel, CosinesFollowTheRoundingRuleBitForBit) {
     for (T& value : q) {
       value = static_cast<T>(uniform(-1.5, 1.5));
     }
-    const T x = q[0], y = q[1], z = q[2], w = q[3];
-    T expected[3][3];
-    expected[0][0] = x * x - y * y - z * z + w * w;
-    expected[0][1] = static_cast<T>(2.0 * static_cast<double>(x * y + z * w));
-    expected[0][2] = static_cast<T>(2.0 * static_cast<double>(x * z - y * w));
-    expected[1][0] = static_cast<T>(2.0 * static_cast<double>(x * y - z * w));
-    expected[1][1] = -(x * x) + y * y - z * z + w * w;
-    expected[1][2] = static_cast<T>(2.0 * static_cast<double>(y * z + x * w));
-    expected[2][0] = static_cast<T>(2.0 * static_cast<double>(x * z + y * w));
-    expected[2][1] = static_cast<T>(2.0 * static_cast<double>(y * z - x * w));
-    expected[2][2] = -(x * x) - y * y + z * z + w * w;
+    const PrescribedTable<T> expected = prescribedTable3d(q);
     T c[3][3];
     utf_Quat3dBase<T>(q).cosines(c);
     for (int i = 0; i < 3; ++i) {
       for (int j = 0; j < 3; ++j) {
-        ASSERT_EQ(bitsOf(c[i][j]), bitsOf(expected[i][j])) << "sample " << n << " " << i << j;
+        ASSERT_EQ(bitsOf(c[i][j]), bitsOf(expected.a[i][j])) << "sample " << n << " " << i << j;
       }
     }
   }
@@ -474,23 +450,13 @@ TYPED_TEST(Quat3dKernel, MultMatchesTheProductOfTheTables) {
     randomUnitQuaternion(p);
     T r[4];
     utf_Quat3dBase<T>(q).mult(p, r);
-    long double ql[4], pl[4];
-    for (int i = 0; i < 4; ++i) {
-      ql[i] = q[i];
-      pl[i] = p[i];
-    }
-    long double cq[3][3], cp[3][3];
-    tableOf(ql, cq);
-    tableOf(pl, cp);
+    const RealMatrix expected = product(referenceTable3d(p), referenceTable3d(q));
     T cr[3][3];
     utf_Quat3dBase<T>(r).cosines(cr);
     for (int i = 0; i < 3; ++i) {
       for (int j = 0; j < 3; ++j) {
-        long double sum = 0;
-        for (int k = 0; k < 3; ++k) {
-          sum += cp[i][k] * cq[k][j];
-        }
-        ASSERT_NEAR(cr[i][j], static_cast<double>(sum), 4 * tolerance<T>()) << "sample " << n;
+        ASSERT_NEAR(cr[i][j], static_cast<double>(expected.a[i][j]), 4 * tolerance<T>())
+            << "sample " << n;
       }
     }
   }
@@ -521,9 +487,8 @@ TYPED_TEST(Quat3dKernel, SetFromTheRowsOfATableReproducesTheRotation) {
     T q[4];
     randomUnitQuaternion(q);
     // The rows of the exact table of q are the new axes.
-    long double ql[4] = {q[0], q[1], q[2], q[3]};
-    long double c[3][3];
-    tableOf(ql, c);
+    const RealMatrix table = referenceTable3d(q);
+    const auto& c = table.a;
     T back[4];
     utf_Quat3dBase<T>(back).set(
         gsl_Vector(static_cast<double>(c[0][0]), static_cast<double>(c[0][1]),

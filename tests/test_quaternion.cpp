@@ -10,7 +10,7 @@
 namespace {
 
 const int kSamples = 4000;
-const char* const kSource = "include/utf_Quaternion";
+const char* const kSource = utf_QuaternionAssertLine::source;
 const res_DataTypeEnm kOtherType = res_Tensor3dFull;
 
 template <typename T>
@@ -32,34 +32,6 @@ void hamilton(const T* q, const T* p, T* r) {
   r[1] = -q[0] * p[2] + q[1] * p[3] + q[2] * p[0] + q[3] * p[1];
   r[2] = q[0] * p[1] - q[1] * p[0] + q[2] * p[3] + q[3] * p[2];
   r[3] = -q[0] * p[0] - q[1] * p[1] - q[2] * p[2] + q[3] * p[3];
-}
-
-// Counter-clockwise rotations about X, Y and Z in long double (active: columns are the images of
-// the global axes).
-struct Matrix3 {
-  long double m[3][3];
-};
-
-Matrix3 multiply(const Matrix3& a, const Matrix3& b) {
-  Matrix3 r{};
-  for (int i = 0; i < 3; ++i) {
-    for (int j = 0; j < 3; ++j) {
-      for (int k = 0; k < 3; ++k) {
-        r.m[i][j] += a.m[i][k] * b.m[k][j];
-      }
-    }
-  }
-  return r;
-}
-
-Matrix3 aboutX(long double a) {
-  return Matrix3{{{1, 0, 0}, {0, std::cos(a), -std::sin(a)}, {0, std::sin(a), std::cos(a)}}};
-}
-Matrix3 aboutY(long double b) {
-  return Matrix3{{{std::cos(b), 0, std::sin(b)}, {0, 1, 0}, {-std::sin(b), 0, std::cos(b)}}};
-}
-Matrix3 aboutZ(long double c) {
-  return Matrix3{{{std::cos(c), -std::sin(c), 0}, {std::sin(c), std::cos(c), 0}, {0, 0, 1}}};
 }
 
 template <typename T>
@@ -195,11 +167,11 @@ TYPED_TEST(Quaternion, ThreeAnglesMatchTheElementaryRotationsComposedInLongDoubl
     const T a = static_cast<T>(uniform(-kPi, kPi));
     const T b = static_cast<T>(uniform(-kPi, kPi));
     const T c = static_cast<T>(uniform(-kPi, kPi));
-    const Matrix3 r = multiply(multiply(aboutX(a), aboutY(b)), aboutZ(c));
+    const RealMatrix r = product(product(aboutX(a), aboutY(b)), aboutZ(c));
     const cow_2DArray<T> table = utf_Quaternion<T>(a, b, c).cosines();
     for (int i = 0; i < 3; ++i) {
       for (int j = 0; j < 3; ++j) {
-        ASSERT_NEAR(table.ConstGet(i, j), static_cast<double>(r.m[j][i]), 2 * tolerance<T>())
+        ASSERT_NEAR(table.ConstGet(i, j), static_cast<double>(r.a[j][i]), 2 * tolerance<T>())
             << "sample " << n << " (" << i << "," << j << ")";
       }
     }
@@ -491,21 +463,13 @@ TYPED_TEST(Quaternion, SpatialTableFollowsTheRoundingRuleBitForBit) {
     for (T& value : q) {
       value = static_cast<T>(uniform(-1.5, 1.5));
     }
-    const T x = q[0], y = q[1], z = q[2], w = q[3];
-    const T expected[3][3] = {
-        {x * x - y * y - z * z + w * w, static_cast<T>(2.0 * static_cast<double>(x * y + z * w)),
-         static_cast<T>(2.0 * static_cast<double>(x * z - y * w))},
-        {static_cast<T>(2.0 * static_cast<double>(x * y - z * w)), -(x * x) + y * y - z * z + w * w,
-         static_cast<T>(2.0 * static_cast<double>(y * z + x * w))},
-        {static_cast<T>(2.0 * static_cast<double>(x * z + y * w)),
-         static_cast<T>(2.0 * static_cast<double>(y * z - x * w)),
-         -(x * x) - y * y + z * z + w * w}};
+    const PrescribedTable<T> expected = prescribedTable3d(q);
     const cow_2DArray<T> table = utf_Quaternion<T>(res_Rotation3d, q).cosines();
     ASSERT_EQ(table.Rows(), 3);
     ASSERT_EQ(table.Cols(), 3);
     for (int i = 0; i < 3; ++i) {
       for (int j = 0; j < 3; ++j) {
-        ASSERT_EQ(bitsOf(table.ConstGet(i, j)), bitsOf(expected[i][j])) << "sample " << n;
+        ASSERT_EQ(bitsOf(table.ConstGet(i, j)), bitsOf(expected.a[i][j])) << "sample " << n;
       }
     }
   }
@@ -516,17 +480,14 @@ TYPED_TEST(Quaternion, InPlaneTableFollowsTheRoundingRuleBitForBit) {
   for (int n = 0; n < kSamples; ++n) {
     const T s = static_cast<T>(uniform(-1.0, 1.0));
     const T c = static_cast<T>(uniform(-1.0, 1.0));
-    const T cosine = static_cast<T>(1.0 - 2.0 * static_cast<double>(s * s));
-    const T sine = static_cast<T>(2.0 * static_cast<double>(c * s));
-    const T minusSine = static_cast<T>(-2.0 * static_cast<double>(c * s));
-    const T expected[3][3] = {{cosine, sine, T(0)}, {minusSine, cosine, T(0)}, {T(0), T(0), T(1)}};
     const T values[2] = {s, c};
+    const PrescribedTable<T> expected = prescribedTable2d(values);
     const cow_2DArray<T> table = utf_Quaternion<T>(res_Rotation2d, values).cosines();
     ASSERT_EQ(table.Rows(), 3);
     ASSERT_EQ(table.Cols(), 3);
     for (int i = 0; i < 3; ++i) {
       for (int j = 0; j < 3; ++j) {
-        ASSERT_EQ(bitsOf(table.ConstGet(i, j)), bitsOf(expected[i][j])) << "sample " << n;
+        ASSERT_EQ(bitsOf(table.ConstGet(i, j)), bitsOf(expected.a[i][j])) << "sample " << n;
       }
     }
   }

@@ -9,19 +9,19 @@
 
 namespace {
 
-const char* const kQuaternionSource = "include/utf_Quaternion";
+const char* const kQuaternionSource = utf_QuaternionAssertLine::source;
 
 template <typename T>
 struct AdapterOf;
 template <>
 struct AdapterOf<float> {
   using type = utf_QuaternionFloatAdapter;
-  static const char* source() { return "utf/impl/utf_QuaternionFloatAdapter"; }
+  static const char* source() { return utf_QuaternionAdapterAssertLine::floatSource; }
 };
 template <>
 struct AdapterOf<double> {
   using type = utf_QuaternionDoubleAdapter;
-  static const char* source() { return "utf/impl/utf_QuaternionDoubleAdapter"; }
+  static const char* source() { return utf_QuaternionAdapterAssertLine::doubleSource; }
 };
 
 template <typename T>

@@ -14,14 +14,6 @@ template <typename T>
 class TensorInvariants : public ::testing::Test {};
 TYPED_TEST_SUITE(TensorInvariants, utf_Precisions, utf_PrecisionNames);
 
-const res_DataTypeEnm kType5 = static_cast<res_DataTypeEnm>(5);
-
-template <typename T>
-utf_Tensor<T> tensorOf(res_DataTypeEnm type, std::initializer_list<T> components,
-                       bool engineeringShear = false) {
-  return utf_Tensor<T>(type, cow_1DArrayList<T>(components), engineeringShear);
-}
-
 template <typename T>
 T eps() {
   return std::numeric_limits<T>::epsilon();
@@ -322,7 +314,7 @@ TYPED_TEST(TensorInvariants, PressureIsMinusTheMeanDirectStressWithDivisorThree)
   EXPECT_EQ(tensorOf<T>(res_Tensor2dPlanar, {3, 6, 9, 100}).pressure(), T(-6));
   EXPECT_EQ(tensorOf<T>(res_Tensor3dSurface, {3, 6, 100}).pressure(), T(-3)) << "S12 is no S33";
   EXPECT_EQ(tensorOf<T>(res_Tensor2dSurface, {3, 6, 100}).pressure(), T(-3));
-  EXPECT_EQ(tensorOf<T>(kType5, {3, 6, 9}).pressure(), T(-6));
+  EXPECT_EQ(tensorOf<T>(kNoTensorType, {3, 6, 9}).pressure(), T(-6));
 }
 
 TYPED_TEST(TensorInvariants, PressureIsFormedInDoubleAndNarrowed) {
@@ -396,8 +388,8 @@ TYPED_TEST(TensorInvariants, Type5GivesTheSinglePrecisionLimitsAsFallbacks) {
   // The largest float, 3.4028235e38, widened unchanged in the double instantiation.
   const T largestFloat = static_cast<T>(3.4028234663852886e38);
   const T values[6] = {1, 2, 3, 4, 5, 6};
-  const utf_Tensor<T> empty(kType5, values, false);
-  const utf_Tensor<T> withComponents = tensorOf<T>(kType5, {1, 2, 3, 4, 5, 6});
+  const utf_Tensor<T> empty(kNoTensorType, values, false);
+  const utf_Tensor<T> withComponents = tensorOf<T>(kNoTensorType, {1, 2, 3, 4, 5, 6});
   for (const utf_Tensor<T>* tensor : {&empty, &withComponents}) {
     EXPECT_EQ(bitsOf(tensor->maxPrincipal()), bitsOf(static_cast<T>(-largestFloat)));
     EXPECT_EQ(bitsOf(tensor->midPrincipal()), bitsOf(largestFloat));
@@ -429,7 +421,7 @@ TYPED_TEST(TensorInvariants, InplaneQueriesTestTheTypeAsARange) {
 
 TYPED_TEST(TensorInvariants, TypeThatIsNoTensorTypeIsComputedAsAFullTensor) {
   using T = TypeParam;
-  const utf_Tensor<T> other = tensorOf<T>(kType5, {1, -2, 0.5, 0.25, 3, -1});
+  const utf_Tensor<T> other = tensorOf<T>(kNoTensorType, {1, -2, 0.5, 0.25, 3, -1});
   const utf_Tensor<T> full = tensorOf<T>(res_Tensor3dFull, {1, -2, 0.5, 0.25, 3, -1});
   EXPECT_EQ(bitsOf(other.pressure()), bitsOf(full.pressure()));
   EXPECT_EQ(bitsOf(other.mises()), bitsOf(full.mises()));
@@ -444,15 +436,15 @@ TYPED_TEST(TensorInvariants, ShortTypeThatIsNoTensorTypeReadsMissingComponentsAs
   using T = TypeParam;
   // Two stored components where the full formulas read six: the sanitizer build proves that
   // nothing beyond them is read.
-  const utf_Tensor<T> shortOther = tensorOf<T>(kType5, {4, -2});
-  const utf_Tensor<T> padded = tensorOf<T>(kType5, {4, -2, 0, 0, 0, 0});
+  const utf_Tensor<T> shortOther = tensorOf<T>(kNoTensorType, {4, -2});
+  const utf_Tensor<T> padded = tensorOf<T>(kNoTensorType, {4, -2, 0, 0, 0, 0});
   expectSameQueries(shortOther, padded);
   EXPECT_EQ(shortOther.pressure(), T(-2 / 3.0));
   const T values[6] = {9, 9, 9, 9, 9, 9};
   T viewed[6] = {9, 9, 9, 9, 9, 9};
-  const utf_Tensor<T> none(kType5, values, false);
-  const utf_Tensor<T> viewOfNone(kType5, viewed, false);
-  const utf_Tensor<T> zero = tensorOf<T>(kType5, {0, 0, 0, 0, 0, 0});
+  const utf_Tensor<T> none(kNoTensorType, values, false);
+  const utf_Tensor<T> viewOfNone(kNoTensorType, viewed, false);
+  const utf_Tensor<T> zero = tensorOf<T>(kNoTensorType, {0, 0, 0, 0, 0, 0});
   expectSameQueries(none, zero);
   expectSameQueries(viewOfNone, zero);
 }
@@ -480,7 +472,7 @@ TYPED_TEST(TensorInvariants, NoQueryAllocates) {
                                    tensorOf<T>(res_Tensor3dSurface, {1, 2, 3}),
                                    tensorOf<T>(res_Tensor2dPlanar, {1, 2, 3, 4}, true),
                                    tensorOf<T>(res_Tensor2dSurface, {1, 2, 3}),
-                                   tensorOf<T>(kType5, {1, 2}),
+                                   tensorOf<T>(kNoTensorType, {1, 2}),
                                    tensorOf<T>(res_Tensor3dFull, {1, 2, 3})};
   double sum = 0;
   const AllocationCounter counter;

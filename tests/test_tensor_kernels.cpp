@@ -15,8 +15,6 @@
 
 namespace {
 
-using Real = long double;
-
 const int kSamples = 4000;
 
 template <typename T>
@@ -36,65 +34,6 @@ T sqrtHalf() {
 }
 
 template <typename T>
-std::array<T, 6> randomComponents(double scale) {
-  std::array<T, 6> c{};
-  for (T& value : c) {
-    value = static_cast<T>(uniform(-scale, scale));
-  }
-  return c;
-}
-
-// ---------------------------------------------------------------------------------------------
-// Independent long-double reference.
-
-using Table = ReferenceTable;
-
-struct Matrix {
-  Real s[3][3];
-};
-
-Matrix symmetric(Real s11, Real s22, Real s33, Real s12, Real s13, Real s23) {
-  return Matrix{{{s11, s12, s13}, {s12, s22, s23}, {s13, s23, s33}}};
-}
-
-// A S A^T.
-Matrix turned(const Table& a, const Matrix& m) {
-  Matrix r{};
-  for (int p = 0; p < 3; ++p) {
-    for (int q = 0; q < 3; ++q) {
-      Real sum = 0;
-      for (int i = 0; i < 3; ++i) {
-        for (int j = 0; j < 3; ++j) {
-          sum += a.a[p][i] * m.s[i][j] * a.a[q][j];
-        }
-      }
-      r.s[p][q] = sum;
-    }
-  }
-  return r;
-}
-
-// Only the upper-left 2 x 2 block of a table, the third axis kept.
-Table inPlaneBlock(const Table& a) {
-  Table b{};
-  b.a[0][0] = a.a[0][0];
-  b.a[0][1] = a.a[0][1];
-  b.a[1][0] = a.a[1][0];
-  b.a[1][1] = a.a[1][1];
-  b.a[2][2] = 1;
-  return b;
-}
-
-template <typename T>
-Real largestMagnitude(const T* c, int n) {
-  Real m = 1;
-  for (int i = 0; i < n; ++i) {
-    m = std::max(m, std::fabs(static_cast<Real>(c[i])));
-  }
-  return m;
-}
-
-template <typename T>
 void expectNear(const T* got, const std::array<Real, 6>& expected, int n, Real scale) {
   for (int i = 0; i < n; ++i) {
     EXPECT_NEAR(static_cast<double>(got[i]), static_cast<double>(expected[i]),
@@ -104,37 +43,8 @@ void expectNear(const T* got, const std::array<Real, 6>& expected, int n, Real s
 }
 
 // ---------------------------------------------------------------------------------------------
-// The prescribed arithmetic, written out here in T with the float rules' casts.
-
-template <typename T>
-T twice(T bracket) {
-  return static_cast<T>(2.0 * static_cast<double>(bracket));
-}
-template <typename T>
-T halved(T value) {
-  return static_cast<T>(static_cast<double>(value) * 0.5);
-}
-
-template <typename T>
-struct Cosines {
-  T a11, a12, a13, a21, a22, a23, a31, a32, a33;
-};
-
-template <typename T>
-Cosines<T> cosinesOf(const T* q) {
-  const T q0 = q[0], q1 = q[1], q2 = q[2], q3 = q[3];
-  Cosines<T> a;
-  a.a11 = q0 * q0 - q1 * q1 - q2 * q2 + q3 * q3;
-  a.a12 = static_cast<T>(2.0 * static_cast<double>(q0 * q1 + q2 * q3));
-  a.a13 = static_cast<T>(2.0 * static_cast<double>(q0 * q2 - q1 * q3));
-  a.a21 = static_cast<T>(2.0 * static_cast<double>(q0 * q1 - q2 * q3));
-  a.a22 = -q0 * q0 + q1 * q1 - q2 * q2 + q3 * q3;
-  a.a23 = static_cast<T>(2.0 * static_cast<double>(q1 * q2 + q0 * q3));
-  a.a31 = static_cast<T>(2.0 * static_cast<double>(q0 * q2 + q1 * q3));
-  a.a32 = static_cast<T>(2.0 * static_cast<double>(q1 * q2 - q0 * q3));
-  a.a33 = -q0 * q0 - q1 * q1 + q2 * q2 + q3 * q3;
-  return a;
-}
+// The kernels' arithmetic, written out here in T with the float rules' casts
+// (prescribed_rotation.h): u_k = S c_k with c_k row k of the table, S'ij = c_i . u_j.
 
 template <typename T>
 void expectedFull(const T* q, bool engineering, T* s) {
@@ -142,9 +52,9 @@ void expectedFull(const T* q, bool engineering, T* s) {
   if (engineering) {
     s[3] = halved(s[3]), s[4] = halved(s[4]), s[5] = halved(s[5]);
   }
-  const Cosines<T> a = cosinesOf(q);
+  const PrescribedTable<T> table = prescribedTable3d(q);
+  const auto& r = table.a;
   const T s11 = s[0], s22 = s[1], s33 = s[2], s12 = s[3], s13 = s[4], s23 = s[5];
-  const T r[3][3] = {{a.a11, a.a12, a.a13}, {a.a21, a.a22, a.a23}, {a.a31, a.a32, a.a33}};
   T u[3][3];
   for (int k = 0; k < 3; ++k) {
     u[k][0] = s11 * r[k][0] + s12 * r[k][1] + s13 * r[k][2];
@@ -168,9 +78,9 @@ void expectedPlanar3d(const T* q, bool engineering, T* s) {
   if (engineering) {
     s[3] = halved(s[3]);
   }
-  const Cosines<T> a = cosinesOf(q);
+  const PrescribedTable<T> table = prescribedTable3d(q);
+  const auto& r = table.a;
   const T s11 = s[0], s22 = s[1], s33 = s[2], s12 = s[3];
-  const T r[3][3] = {{a.a11, a.a12, a.a13}, {a.a21, a.a22, a.a23}, {a.a31, a.a32, a.a33}};
   T u[3][3];
   for (int k = 0; k < 3; ++k) {
     u[k][0] = s11 * r[k][0] + s12 * r[k][1];
@@ -186,33 +96,15 @@ void expectedPlanar3d(const T* q, bool engineering, T* s) {
   s[3] = f * dot(0, 1);
 }
 
+// The in-plane products of (S11, S22, S12) at s[0], s[1], s[shearSlot] by the 2 x 2 block b of a
+// table; S33 (planar) untouched.
 template <typename T>
-void expectedSurface3d(const T* q, bool engineering, T* s) {
-  const T f = engineering ? T(2) : T(1);
-  if (engineering) {
-    s[2] = halved(s[2]);
-  }
-  const Cosines<T> a = cosinesOf(q);
-  const T s11 = s[0], s22 = s[1], s12 = s[2];
-  const T s1[2] = {s11 * a.a11 + s12 * a.a12, s12 * a.a11 + s22 * a.a12};
-  const T s2[2] = {s11 * a.a21 + s12 * a.a22, s12 * a.a21 + s22 * a.a22};
-  s[0] = a.a11 * s1[0] + a.a12 * s1[1];
-  s[1] = a.a21 * s2[0] + a.a22 * s2[1];
-  s[2] = f * (a.a11 * s2[0] + a.a12 * s2[1]);
-}
-
-// The in-plane rotation of (S11, S22, S12) at s[i11], s[i22], s[i12]; S33 (planar) untouched.
-template <typename T>
-void expected2d(const T* p, bool engineering, T* s, int shearSlot) {
+void expectedInPlane(const PrescribedTable<T>& table, bool engineering, T* s, int shearSlot) {
   const T f = engineering ? T(2) : T(1);
   if (engineering) {
     s[shearSlot] = halved(s[shearSlot]);
   }
-  const T p0 = p[0], p1 = p[1];
-  const T b11 = static_cast<T>(1.0 - 2.0 * static_cast<double>(p0 * p0));
-  const T b12 = static_cast<T>(2.0 * static_cast<double>(p1 * p0));
-  const T b21 = static_cast<T>(2.0 * static_cast<double>((-p1) * p0));
-  const T b22 = static_cast<T>(1.0 - 2.0 * static_cast<double>(p0 * p0));
+  const T b11 = table.a[0][0], b12 = table.a[0][1], b21 = table.a[1][0], b22 = table.a[1][1];
   const T s11 = s[0], s22 = s[1], s12 = s[shearSlot];
   const T w1[2] = {s11 * b11 + s12 * b12, s12 * b11 + s22 * b12};
   const T w2[2] = {s11 * b21 + s12 * b22, s12 * b21 + s22 * b22};
@@ -221,96 +113,62 @@ void expected2d(const T* p, bool engineering, T* s, int shearSlot) {
   s[shearSlot] = f * (b11 * w2[0] + b12 * w2[1]);
 }
 
+// The kernel of a layout, written out: q a 3D rotation (four values) or, for the 2D layouts, the
+// 2D rotation (two values).
 template <typename T>
-void expectSameBits(const T* got, const T* expected, int n) {
-  for (int i = 0; i < n; ++i) {
-    EXPECT_EQ(bitsOf(got[i]), bitsOf(expected[i]))
-        << "slot " << i << ": " << got[i] << " instead of " << expected[i];
-  }
-}
-
-// The kernels by layout, so that a test can run all five alike.
-enum class Kernel { Full3d, Planar3d, Surface3d, Planar2d, Surface2d };
-const Kernel kKernels[] = {Kernel::Full3d, Kernel::Planar3d, Kernel::Surface3d, Kernel::Planar2d,
-                           Kernel::Surface2d};
-
-int countOf(Kernel k) {
-  return k == Kernel::Full3d ? 6 : (k == Kernel::Planar3d || k == Kernel::Planar2d) ? 4 : 3;
-}
-bool is2d(Kernel k) {
-  return k == Kernel::Planar2d || k == Kernel::Surface2d;
-}
-// The shear slots of a layout.
-bool isShearSlot(Kernel k, int slot) {
-  switch (k) {
-  case Kernel::Full3d:
-    return slot >= 3;
-  case Kernel::Planar3d:
-  case Kernel::Planar2d:
-    return slot == 3;
+void expectedKernel(res_DataTypeEnm type, const T* rotation, bool engineering, T* s) {
+  switch (type) {
+  case res_Tensor3dFull:
+    expectedFull(rotation, engineering, s);
+    return;
+  case res_Tensor3dPlanar:
+    expectedPlanar3d(rotation, engineering, s);
+    return;
+  case res_Tensor3dSurface:
+    expectedInPlane(prescribedTable3d(rotation), engineering, s, 2);
+    return;
+  case res_Tensor2dPlanar:
+    expectedInPlane(prescribedTable2d(rotation), engineering, s, 3);
+    return;
   default:
-    return slot == 2;
+    expectedInPlane(prescribedTable2d(rotation), engineering, s, 2);
+    return;
   }
 }
 
-// Runs the kernel of layout k over s, with q a 3D rotation (four values) or, for the 2D
-// kernels, the 2D rotation p (two values).
+// Runs the kernel of a layout over s, with q a 3D rotation (four values) or, for the 2D layouts,
+// the 2D rotation p (two values).
 template <typename T>
-void runKernel(Kernel k, T* s, T* rotation, bool engineering) {
-  switch (k) {
-  case Kernel::Full3d:
+void runKernel(res_DataTypeEnm type, T* s, T* rotation, bool engineering) {
+  switch (type) {
+  case res_Tensor3dFull:
     utf_Tens3dFullBase<T>(s).transform(utf_Quat3dBase<T>(rotation), engineering);
     return;
-  case Kernel::Planar3d:
+  case res_Tensor3dPlanar:
     utf_Tens3dPlanarBase<T>(s).transform(utf_Quat3dBase<T>(rotation), engineering);
     return;
-  case Kernel::Surface3d:
+  case res_Tensor3dSurface:
     utf_Tens3dSurfaceBase<T>(s).transform(utf_Quat3dBase<T>(rotation), engineering);
     return;
-  case Kernel::Planar2d:
+  case res_Tensor2dPlanar:
     utf_Tens2dPlanarBase<T>(s).transform(utf_Quat2dBase<T>(rotation), engineering);
     return;
-  case Kernel::Surface2d:
+  default:
     utf_Tens2dSurfaceBase<T>(s).transform(utf_Quat2dBase<T>(rotation), engineering);
     return;
   }
 }
 
-// The long-double A S A^T of layout k for tensorial components c (the reduced layouts embedded
-// in 3 x 3 and read back), in slot order.
+// The long-double A S A^T of a layout for tensorial components c (the reduced layouts embedded
+// in 3 x 3 and read back; the 3D surface layout through the in-plane block of the table), in slot
+// order.
 template <typename T>
-std::array<Real, 6> reference(Kernel k, const T* c, const T* rotation) {
-  std::array<Real, 6> r{};
-  switch (k) {
-  case Kernel::Full3d: {
-    const Matrix m =
-        turned(referenceTable3d(rotation), symmetric(c[0], c[1], c[2], c[3], c[4], c[5]));
-    r = {m.s[0][0], m.s[1][1], m.s[2][2], m.s[0][1], m.s[0][2], m.s[1][2]};
-    return r;
+std::array<Real, 6> reference(res_DataTypeEnm type, const T* c, const T* rotation) {
+  RealMatrix table = is2d(type) ? referenceTable2d(rotation) : referenceTable3d(rotation);
+  if (type == res_Tensor3dSurface) {
+    table = inPlaneBlock(table);
   }
-  case Kernel::Planar3d: {
-    const Matrix m = turned(referenceTable3d(rotation), symmetric(c[0], c[1], c[2], c[3], 0, 0));
-    r = {m.s[0][0], m.s[1][1], m.s[2][2], m.s[0][1], 0, 0};
-    return r;
-  }
-  case Kernel::Surface3d: {
-    const Matrix m =
-        turned(inPlaneBlock(referenceTable3d(rotation)), symmetric(c[0], c[1], 0, c[2], 0, 0));
-    r = {m.s[0][0], m.s[1][1], m.s[0][1], 0, 0, 0};
-    return r;
-  }
-  case Kernel::Planar2d: {
-    const Matrix m = turned(referenceTable2d(rotation), symmetric(c[0], c[1], c[2], c[3], 0, 0));
-    r = {m.s[0][0], m.s[1][1], m.s[2][2], m.s[0][1], 0, 0};
-    return r;
-  }
-  case Kernel::Surface2d: {
-    const Matrix m = turned(referenceTable2d(rotation), symmetric(c[0], c[1], 0, c[2], 0, 0));
-    r = {m.s[0][0], m.s[1][1], m.s[0][1], 0, 0, 0};
-    return r;
-  }
-  }
-  return r;
+  return layoutComponents(type, turned(table, matrixOf(type, c)));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -319,7 +177,7 @@ std::array<Real, 6> reference(Kernel k, const T* c, const T* rotation) {
 TYPED_TEST(TensorKernels, TheIdentityLeavesEveryLayoutUnchangedWithAndWithoutTheEngineeringFlag) {
   using T = TypeParam;
   const T original[6] = {T(3), T(-5), T(7), T(0.25), T(-1.5), T(11)};
-  for (Kernel k : kKernels) {
+  for (res_DataTypeEnm k : kTensorLayouts) {
     for (bool engineering : {false, true}) {
       T identity3d[4] = {T(0), T(0), T(0), T(1)};
       T identity2d[2] = {T(0), T(1)};
@@ -328,7 +186,7 @@ TYPED_TEST(TensorKernels, TheIdentityLeavesEveryLayoutUnchangedWithAndWithoutThe
       runKernel(k, s, is2d(k) ? identity2d : identity3d, engineering);
       for (int i = 0; i < countOf(k); ++i) {
         EXPECT_EQ(s[i], original[i])
-            << "kernel " << static_cast<int>(k) << " flag " << engineering << " slot " << i;
+            << "layout " << layoutName(k) << " flag " << engineering << " slot " << i;
       }
       // Beyond the layout nothing is touched.
       for (int i = countOf(k); i < 6; ++i) {
@@ -363,7 +221,7 @@ TYPED_TEST(TensorKernels, EngineeringShearLeavesDoubledTensorialResultsAndTheFla
     randomUnitQuaternion(q);
     randomRotation2d(p);
     const std::array<T, 6> tensorial = randomComponents<T>(50.0);
-    for (Kernel k : kKernels) {
+    for (res_DataTypeEnm k : kTensorLayouts) {
       T* rotation = is2d(k) ? p : q;
       // The same tensor stored with engineering shears 2 s.
       std::array<T, 6> engineering = tensorial;
@@ -381,7 +239,7 @@ TYPED_TEST(TensorKernels, EngineeringShearLeavesDoubledTensorialResultsAndTheFla
       for (int i = 0; i < countOf(k); ++i) {
         const T expected = isShearSlot(k, i) ? T(2) * fromTensorial[i] : fromTensorial[i];
         EXPECT_EQ(bitsOf(fromEngineering[i]), bitsOf(expected))
-            << "kernel " << static_cast<int>(k) << " slot " << i;
+            << "layout " << layoutName(k) << " slot " << i;
       }
       // With the flag clear the stored 2 s is the tensor's shear itself.
       const std::array<Real, 6> ref = reference(k, engineering.data(), rotation);
@@ -499,7 +357,7 @@ TYPED_TEST(TensorKernels, EveryKernelAgreesWithALongDoubleASAt) {
     randomUnitQuaternion(q);
     randomRotation2d(p);
     const std::array<T, 6> c = randomComponents<T>(100.0);
-    for (Kernel k : kKernels) {
+    for (res_DataTypeEnm k : kTensorLayouts) {
       T* rotation = is2d(k) ? p : q;
       std::array<T, 6> s = c;
       runKernel(k, s.data(), rotation, false);
@@ -518,27 +376,11 @@ TYPED_TEST(TensorKernels, EveryKernelFollowsTheOrderOfEvaluationAndTheFloatRules
     randomRotation2d(p);
     const std::array<T, 6> c = randomComponents<T>(1000.0);
     const bool engineering = n % 2 == 0;
-    for (Kernel k : kKernels) {
+    for (res_DataTypeEnm k : kTensorLayouts) {
       std::array<T, 6> got = c;
       std::array<T, 6> expected = c;
       runKernel(k, got.data(), is2d(k) ? p : q, engineering);
-      switch (k) {
-      case Kernel::Full3d:
-        expectedFull(q, engineering, expected.data());
-        break;
-      case Kernel::Planar3d:
-        expectedPlanar3d(q, engineering, expected.data());
-        break;
-      case Kernel::Surface3d:
-        expectedSurface3d(q, engineering, expected.data());
-        break;
-      case Kernel::Planar2d:
-        expected2d(p, engineering, expected.data(), 3);
-        break;
-      case Kernel::Surface2d:
-        expected2d(p, engineering, expected.data(), 2);
-        break;
-      }
+      expectedKernel(k, is2d(k) ? p : q, engineering, expected.data());
       expectSameBits(got.data(), expected.data(), 6);
     }
   }
@@ -557,24 +399,21 @@ TYPED_TEST(TensorKernels, TheCosinesAreTheRotationKernelsTableWithTheFloatRulesB
     T table[3][3];
     kernel.cosines(table);
     const T got[9] = {a.a11, a.a12, a.a13, a.a21, a.a22, a.a23, a.a31, a.a32, a.a33};
-    const Cosines<T> e = cosinesOf(q);
-    const T expected[9] = {e.a11, e.a12, e.a13, e.a21, e.a22, e.a23, e.a31, e.a32, e.a33};
+    const PrescribedTable<T> e = prescribedTable3d(q);
+    const T* expected = &e.a[0][0];
     expectSameBits(got, expected, 9);
     expectSameBits(got, &table[0][0], 9);
     const utf_impl::Block2<T> block = utf_impl::inPlaneBlock(a);
     const T gotBlock[4] = {block.c11, block.c12, block.c21, block.c22};
-    const T expectedBlock[4] = {e.a11, e.a12, e.a21, e.a22};
+    const T expectedBlock[4] = {e.a[0][0], e.a[0][1], e.a[1][0], e.a[1][1]};
     expectSameBits(gotBlock, expectedBlock, 4);
 
     T p[2];
     randomRotation2d(p);
     const utf_impl::Block2<T> b = utf_impl::cosines2d(static_cast<const T*>(p));
-    const T p0 = p[0], p1 = p[1];
     const T gotB[4] = {b.c11, b.c12, b.c21, b.c22};
-    const T expectedB[4] = {static_cast<T>(1.0 - 2.0 * static_cast<double>(p0 * p0)),
-                            static_cast<T>(2.0 * static_cast<double>(p1 * p0)),
-                            static_cast<T>(2.0 * static_cast<double>((-p1) * p0)),
-                            static_cast<T>(1.0 - 2.0 * static_cast<double>(p0 * p0))};
+    const PrescribedTable<T> e2 = prescribedTable2d(p);
+    const T expectedB[4] = {e2.a[0][0], e2.a[0][1], e2.a[1][0], e2.a[1][1]};
     expectSameBits(gotB, expectedB, 4);
   }
 }
@@ -588,7 +427,7 @@ TYPED_TEST(TensorKernels, TheKernelsAllocateNothing) {
   std::array<T, 6> c = randomComponents<T>(10.0);
   const AllocationCounter counter;
   for (int n = 0; n < 100; ++n) {
-    for (Kernel k : kKernels) {
+    for (res_DataTypeEnm k : kTensorLayouts) {
       runKernel(k, c.data(), is2d(k) ? p : q, n % 2 == 0);
     }
   }

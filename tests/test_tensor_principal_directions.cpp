@@ -14,26 +14,11 @@
 
 namespace {
 
-using Real = long double;
-
 const int kSamples = 2000;
-
-const res_DataTypeEnm kLayouts[] = {res_Tensor3dFull, res_Tensor3dPlanar, res_Tensor3dSurface,
-                                    res_Tensor2dPlanar, res_Tensor2dSurface};
 
 template <typename T>
 class PrincipalDirections : public ::testing::Test {};
 TYPED_TEST_SUITE(PrincipalDirections, utf_Precisions, utf_PrecisionNames);
-
-bool is2d(res_DataTypeEnm type) {
-  return type == res_Tensor2dPlanar || type == res_Tensor2dSurface;
-}
-bool isSurface(res_DataTypeEnm type) {
-  return type == res_Tensor3dSurface || type == res_Tensor2dSurface;
-}
-int countOf(res_DataTypeEnm type) {
-  return utf_tensorComponentCount(type);
-}
 
 // Residual of S v = lambda v relative to the tensor's magnitude: the float results are narrowed
 // to float (values and quaternion), the double ones carry the driver's few units in the last
@@ -43,90 +28,34 @@ double tolerance() {
   return std::is_same<T, float>::value ? 1e-6 : 1e-13;
 }
 
-template <typename T>
-std::array<T, 6> randomComponents(double scale) {
-  std::array<T, 6> c{};
-  for (T& value : c) {
-    value = static_cast<T>(uniform(-scale, scale));
-  }
-  return c;
-}
-
-template <typename T>
-void expectSameBits(const T* got, const T* expected, int n) {
-  for (int i = 0; i < n; ++i) {
-    EXPECT_EQ(bitsOf(got[i]), bitsOf(expected[i]))
-        << "value " << i << ": " << got[i] << " instead of " << expected[i];
-  }
-}
-
 // ---------------------------------------------------------------------------------------------
 // Independent long-double reading of the results.
-
-struct Matrix {
-  Real s[3][3];
-};
-
-// The tensor's matrix: shears halved when the flag is set; a surface layout has no third row
-// or column, a planar one no S13, S23.
-template <typename T>
-Matrix matrixOf(const utf_Tensor<T>& tensor) {
-  const T* c = tensor.data();
-  const Real f = tensor.engineeringShear() ? 0.5L : 1.0L;
-  const res_DataTypeEnm type = tensor.type();
-  Real s11 = c[0], s22 = c[1], s33 = 0, s12 = 0, s13 = 0, s23 = 0;
-  if (type == res_Tensor3dFull) {
-    s33 = c[2], s12 = f * c[3], s13 = f * c[4], s23 = f * c[5];
-  } else if (isSurface(type)) {
-    s12 = f * c[2];
-  } else {
-    s33 = c[2], s12 = f * c[3];
-  }
-  return Matrix{{{s11, s12, s13}, {s12, s22, s23}, {s13, s23, s33}}};
-}
 
 // The rows of the direction-cosine table of the returned rotation: a 3D quaternion (x, y, z, w),
 // or a 2D rotation (s, c, 0, 0).
 template <typename T>
-Matrix frameOf(res_DataTypeEnm type, const T* quaternion) {
-  const ReferenceTable t = is2d(type) ? referenceTable2d(quaternion) : referenceTable3d(quaternion);
-  Matrix rows{};
-  for (int i = 0; i < 3; ++i) {
-    for (int j = 0; j < 3; ++j) {
-      rows.s[i][j] = t.a[i][j];
-    }
-  }
-  return rows;
-}
-
-Real magnitude(const Matrix& m) {
-  Real largest = 1;
-  for (const auto& row : m.s) {
-    for (Real v : row) {
-      largest = std::max(largest, std::fabs(v));
-    }
-  }
-  return largest;
+RealMatrix frameOf(res_DataTypeEnm type, const T* quaternion) {
+  return is2d(type) ? referenceTable2d(quaternion) : referenceTable3d(quaternion);
 }
 
 // Checks S v_i = principal[i] v_i for the three rows v_i of the returned frame.
 template <typename T>
 void expectEigenvectors(const utf_Tensor<T>& tensor, const T* principal, const T* quaternion) {
-  const Matrix s = matrixOf(tensor);
-  const Matrix v = frameOf(tensor.type(), quaternion);
-  const Real scale = magnitude(s);
+  const RealMatrix s = matrixOf(tensor);
+  const RealMatrix v = frameOf(tensor.type(), quaternion);
+  const Real scale = largestMagnitude(s);
   for (int i = 0; i < 3; ++i) {
     Real length = 0;
     for (int k = 0; k < 3; ++k) {
-      length += v.s[i][k] * v.s[i][k];
+      length += v.a[i][k] * v.a[i][k];
     }
     EXPECT_NEAR(static_cast<double>(length), 1.0, 8 * tolerance<T>()) << "row " << i;
     for (int r = 0; r < 3; ++r) {
       Real sv = 0;
       for (int k = 0; k < 3; ++k) {
-        sv += s.s[r][k] * v.s[i][k];
+        sv += s.a[r][k] * v.a[i][k];
       }
-      const Real residual = sv - static_cast<Real>(principal[i]) * v.s[i][r];
+      const Real residual = sv - static_cast<Real>(principal[i]) * v.a[i][r];
       EXPECT_NEAR(static_cast<double>(residual), 0.0, tolerance<T>() * static_cast<double>(scale))
           << "type " << tensor.type() << " row " << i << " entry " << r;
     }
@@ -227,10 +156,10 @@ TYPED_TEST(PrincipalDirections, AShearFreeTensorOutOfOrderIsSortedAndItsFramePer
   tensor.principalDirections(principal, quaternion);
   const T sorted[3] = {T(3), T(2), T(1)};
   expectSameBits(principal, sorted, 3);
-  const Matrix rows = frameOf(res_Tensor3dFull, quaternion);
+  const RealMatrix rows = frameOf(res_Tensor3dFull, quaternion);
   const int axis[3] = {1, 2, 0};
   for (int i = 0; i < 3; ++i) {
-    EXPECT_NEAR(static_cast<double>(std::fabs(rows.s[i][axis[i]])), 1.0, 1e-6) << "row " << i;
+    EXPECT_NEAR(static_cast<double>(std::fabs(rows.a[i][axis[i]])), 1.0, 1e-6) << "row " << i;
   }
   EXPECT_NE(quaternion[3], T(1)) << "not the identity";
   expectEigenvectors(tensor, principal, quaternion);
@@ -240,7 +169,7 @@ TYPED_TEST(PrincipalDirections, TheEngineeringFlagHalvesTheShearsAndLeavesTheTen
   using T = TypeParam;
   for (int n = 0; n < 200; ++n) {
     const std::array<T, 6> tensorial = randomComponents<T>(50.0);
-    for (res_DataTypeEnm type : kLayouts) {
+    for (res_DataTypeEnm type : kTensorLayouts) {
       std::array<T, 6> engineering = tensorial;
       const int firstShear = type == res_Tensor3dFull ? 3 : (isSurface(type) ? 2 : 3);
       for (int i = firstShear; i < countOf(type); ++i) {
@@ -269,7 +198,7 @@ TYPED_TEST(PrincipalDirections, RelativeToTheComputedFrameIsTheIdentityUpToSign)
   const double tol = std::is_same<T, float>::value ? 2e-6 : 1e-14;
   for (int n = 0; n < 200; ++n) {
     const std::array<T, 6> c = randomComponents<T>(100.0);
-    for (res_DataTypeEnm type : kLayouts) {
+    for (res_DataTypeEnm type : kTensorLayouts) {
       const utf_Tensor<T> tensor(type, c.data(), n % 2 == 0);
       T principal[3];
       T quaternion[4];
@@ -337,7 +266,7 @@ TYPED_TEST(PrincipalDirections, ARelativeReferenceOfTheWrongShapeFailsAndLeavesT
       [&] {
         tensor.principalDirectionsRelative(principal, quaternion, cow_2DArray<T>(2, 2, T(0)));
       },
-      "c.Rows() == 3 && c.Cols() == 3", "include/utf_Quaternion",
+      "c.Rows() == 3 && c.Cols() == 3", utf_QuaternionAssertLine::source,
       utf_QuaternionAssertLine::table3dShape);
   for (T value : principal) {
     EXPECT_EQ(value, T(-7));
@@ -410,7 +339,7 @@ TYPED_TEST(PrincipalDirections, TheDriverGetsTheLayoutsCodesAndTheResultsAreNarr
   using T = TypeParam;
   for (int n = 0; n < kSamples; ++n) {
     const std::array<T, 6> c = randomComponents<T>(100.0);
-    for (res_DataTypeEnm type : kLayouts) {
+    for (res_DataTypeEnm type : kTensorLayouts) {
       const utf_Tensor<T> tensor(type, c.data(), n % 2 == 0);
       T principal[3], quaternion[4], expectedPrincipal[3], expectedQuaternion[4];
       tensor.principalDirections(principal, quaternion);
@@ -425,7 +354,7 @@ TYPED_TEST(PrincipalDirections, TheRowsOfTheFrameAreEigenvectorsOfTheTensor) {
   using T = TypeParam;
   for (int n = 0; n < kSamples; ++n) {
     const std::array<T, 6> c = randomComponents<T>(100.0);
-    for (res_DataTypeEnm type : kLayouts) {
+    for (res_DataTypeEnm type : kTensorLayouts) {
       const utf_Tensor<T> tensor(type, c.data(), n % 2 == 1);
       T principal[3];
       T quaternion[4];
@@ -445,7 +374,7 @@ TYPED_TEST(PrincipalDirections, ThePrincipalValuesAgreeWithTheClosedFormQueries)
   const double tol = std::is_same<T, float>::value ? 1.5e-6 : 1e-13;
   for (int n = 0; n < kSamples; ++n) {
     const std::array<T, 6> c = randomComponents<T>(100.0);
-    for (res_DataTypeEnm type : kLayouts) {
+    for (res_DataTypeEnm type : kTensorLayouts) {
       const utf_Tensor<T> tensor(type, c.data(), n % 2 == 0);
       T principal[3];
       T quaternion[4];

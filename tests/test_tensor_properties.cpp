@@ -16,16 +16,9 @@
 
 namespace {
 
-using Real = long double;
-
 template <typename T>
 class TensorProperties : public ::testing::Test {};
 TYPED_TEST_SUITE(TensorProperties, utf_Precisions, utf_PrecisionNames);
-
-const res_DataTypeEnm kLayouts[] = {res_Tensor3dFull, res_Tensor3dPlanar, res_Tensor3dSurface,
-                                    res_Tensor2dPlanar, res_Tensor2dSurface};
-// A type that is no tensor type; mises, pressure and inv3 compute it as a full tensor.
-const res_DataTypeEnm kType5 = static_cast<res_DataTypeEnm>(5);
 
 constexpr int kSamples = 2000;
 
@@ -34,123 +27,14 @@ double eps() {
   return static_cast<double>(std::numeric_limits<T>::epsilon());
 }
 
-bool isSurface(res_DataTypeEnm type) {
-  return type == res_Tensor3dSurface || type == res_Tensor2dSurface;
-}
-bool isPlanar(res_DataTypeEnm type) {
-  return type == res_Tensor3dPlanar || type == res_Tensor2dPlanar;
-}
-// Components that the queries read: 3 surface, 4 planar, 6 for the full layout and type 5.
-int countOf(res_DataTypeEnm type) {
-  return isSurface(type) ? 3 : isPlanar(type) ? 4 : 6;
-}
-
-template <typename T>
-utf_Tensor<T> tensorFrom(res_DataTypeEnm type, const T* components, bool engineering) {
-  cow_1DArrayList<T> list;
-  for (int i = 0; i < countOf(type); ++i) {
-    list.Append(components[i]);
-  }
-  return utf_Tensor<T>(type, list, engineering);
-}
-
-// Components drawn uniformly from [-scale, scale), rounded to T.
-template <typename T>
-std::array<T, 6> randomComponents(double scale) {
-  std::array<T, 6> c{};
-  for (T& value : c) {
-    value = static_cast<T>(uniform(-scale, scale));
-  }
-  return c;
-}
-
 // ---------------------------------------------------------------------------------------------
 // Independent reference: the tensor as a long-double matrix and its eigenvalues by Jacobi.
-
-struct Matrix {
-  Real a[3][3];
-};
-
-// The tensor's matrix, shears halved when they are engineering shears; a surface layout has a
-// zero third row and column.
-template <typename T>
-Matrix matrixOf(const utf_Tensor<T>& tensor) {
-  const T* c = tensor.data();
-  const Real f = tensor.engineeringShear() ? 0.5L : 1.0L;
-  Matrix m{};
-  m.a[0][0] = c[0];
-  m.a[1][1] = c[1];
-  if (isSurface(tensor.type())) {
-    m.a[0][1] = m.a[1][0] = f * c[2];
-  } else if (isPlanar(tensor.type())) {
-    m.a[2][2] = c[2];
-    m.a[0][1] = m.a[1][0] = f * c[3];
-  } else {
-    m.a[2][2] = c[2];
-    m.a[0][1] = m.a[1][0] = f * c[3];
-    m.a[0][2] = m.a[2][0] = f * c[4];
-    m.a[1][2] = m.a[2][1] = f * c[5];
-  }
-  return m;
-}
-
-// One Jacobi rotation in the (p, q) plane that zeroes a[p][q].
-void jacobiRotate(Matrix& m, int n, int p, int q) {
-  const Real apq = m.a[p][q];
-  if (apq == 0) {
-    return;
-  }
-  const Real theta = (m.a[q][q] - m.a[p][p]) / (2 * apq);
-  const Real t = (theta >= 0 ? 1 : -1) / (std::fabs(theta) + std::sqrt(theta * theta + 1));
-  const Real c = 1 / std::sqrt(t * t + 1);
-  const Real s = t * c;
-  m.a[p][p] -= t * apq;
-  m.a[q][q] += t * apq;
-  m.a[p][q] = m.a[q][p] = 0;
-  for (int r = 0; r < n; ++r) {
-    if (r != p && r != q) {
-      const Real arp = m.a[r][p], arq = m.a[r][q];
-      m.a[r][p] = m.a[p][r] = c * arp - s * arq;
-      m.a[r][q] = m.a[q][r] = s * arp + c * arq;
-    }
-  }
-}
-
-// Eigenvalues of the leading n x n block (n = 2 or 3), sorted descending; cyclic sweeps until
-// the off-diagonal part is negligible in long double.
-std::array<Real, 3> jacobiEigenvalues(Matrix m, int n) {
-  const Real tiny = std::numeric_limits<Real>::epsilon() * std::numeric_limits<Real>::epsilon();
-  for (int sweep = 0; sweep < 64; ++sweep) {
-    Real off = 0, all = 0;
-    for (int i = 0; i < n; ++i) {
-      all += m.a[i][i] * m.a[i][i];
-      for (int j = i + 1; j < n; ++j) {
-        off += m.a[i][j] * m.a[i][j];
-        all += 2 * m.a[i][j] * m.a[i][j];
-      }
-    }
-    if (off <= tiny * all) {
-      break;
-    }
-    for (int p = 0; p < n; ++p) {
-      for (int q = p + 1; q < n; ++q) {
-        jacobiRotate(m, n, p, q);
-      }
-    }
-  }
-  std::array<Real, 3> values{};
-  for (int i = 0; i < n; ++i) {
-    values[i] = m.a[i][i];
-  }
-  std::sort(values.begin(), values.begin() + n, [](Real x, Real y) { return x > y; });
-  return values;
-}
 
 // The reference principal values in the order of computePrincipal: the three sorted values of a
 // full tensor, or the in-plane pair (sorted) of a planar or surface one.
 template <typename T>
 std::array<Real, 3> referencePrincipal(const utf_Tensor<T>& tensor) {
-  const Matrix m = matrixOf(tensor);
+  const RealMatrix m = matrixOf(tensor);
   if (isSurface(tensor.type()) || isPlanar(tensor.type())) {
     std::array<Real, 3> pair = jacobiEigenvalues(m, 2);
     pair[2] = isPlanar(tensor.type()) ? m.a[2][2] : 0;
@@ -160,7 +44,7 @@ std::array<Real, 3> referencePrincipal(const utf_Tensor<T>& tensor) {
 }
 
 // The deviator of the tensor's matrix.
-Matrix deviatorOf(Matrix m) {
+RealMatrix deviatorOf(RealMatrix m) {
   const Real p = (m.a[0][0] + m.a[1][1] + m.a[2][2]) / 3;
   for (int i = 0; i < 3; ++i) {
     m.a[i][i] -= p;
@@ -168,7 +52,7 @@ Matrix deviatorOf(Matrix m) {
   return m;
 }
 
-Real determinant(const Matrix& m) {
+Real determinant(const RealMatrix& m) {
   const auto& a = m.a;
   return a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) -
          a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
@@ -176,7 +60,7 @@ Real determinant(const Matrix& m) {
 }
 
 // tr(s s) of a symmetric matrix.
-Real traceOfSquare(const Matrix& m) {
+Real traceOfSquare(const RealMatrix& m) {
   Real sum = 0;
   for (int i = 0; i < 3; ++i) {
     for (int j = 0; j < 3; ++j) {
@@ -288,7 +172,7 @@ TYPED_TEST(TensorProperties, MisesFollowsThePrescribedRoundingBitForBit) {
   using T = TypeParam;
   int checked = 0, differFromAllDouble = 0;
   for (res_DataTypeEnm type : {res_Tensor3dFull, res_Tensor3dPlanar, res_Tensor3dSurface,
-                               res_Tensor2dPlanar, res_Tensor2dSurface, kType5}) {
+                               res_Tensor2dPlanar, res_Tensor2dSurface, kNoTensorType}) {
     for (bool engineering : {false, true}) {
       for (int i = 0; i < kSamples / 2; ++i) {
         const std::array<T, 6> c = randomComponents<T>(i % 2 == 0 ? 1.0 : 1000.0);
@@ -310,7 +194,7 @@ TYPED_TEST(TensorProperties, Inv3FollowsThePrescribedRoundingBitForBit) {
   using T = TypeParam;
   int checked = 0, differFromAllDouble = 0;
   for (res_DataTypeEnm type : {res_Tensor3dFull, res_Tensor3dPlanar, res_Tensor3dSurface,
-                               res_Tensor2dPlanar, res_Tensor2dSurface, kType5}) {
+                               res_Tensor2dPlanar, res_Tensor2dSurface, kNoTensorType}) {
     for (bool engineering : {false, true}) {
       for (int i = 0; i < kSamples / 2; ++i) {
         const std::array<T, 6> c = randomComponents<T>(i % 2 == 0 ? 1.0 : 1000.0);
@@ -330,7 +214,7 @@ TYPED_TEST(TensorProperties, Inv3FollowsThePrescribedRoundingBitForBit) {
 
 TYPED_TEST(TensorProperties, PressureIsTheMeanFormedInDoubleBitForBit) {
   using T = TypeParam;
-  for (res_DataTypeEnm type : kLayouts) {
+  for (res_DataTypeEnm type : kTensorLayouts) {
     for (int i = 0; i < kSamples / 4; ++i) {
       const std::array<T, 6> c = randomComponents<T>(100.0);
       const utf_Tensor<T> tensor = tensorFrom(type, c.data(), false);
@@ -458,13 +342,13 @@ Real inv3CubeBound(Real size, Real deviatorSize, Real cube) {
 
 TYPED_TEST(TensorProperties, InvariantsAgreeWithTheirDefinitions) {
   using T = TypeParam;
-  for (res_DataTypeEnm type : kLayouts) {
+  for (res_DataTypeEnm type : kTensorLayouts) {
     for (bool engineering : {false, true}) {
       for (int i = 0; i < kSamples / 4; ++i) {
         const std::array<T, 6> c = randomComponents<T>(i % 2 == 0 ? 1.0 : 500.0);
         const utf_Tensor<T> tensor = tensorFrom(type, c.data(), engineering);
-        const Matrix m = matrixOf(tensor);
-        const Matrix s = deviatorOf(m);
+        const RealMatrix m = matrixOf(tensor);
+        const RealMatrix s = deviatorOf(m);
         const Real size = std::sqrt(traceOfSquare(m));
         const Real deviatorSize = std::sqrt(traceOfSquare(s));
         // pressure = -tr / 3.
@@ -486,7 +370,7 @@ TYPED_TEST(TensorProperties, InvariantsAgreeWithTheirDefinitions) {
 
 TYPED_TEST(TensorProperties, TrescaIsTheRangeOfThePrincipalValues) {
   using T = TypeParam;
-  for (res_DataTypeEnm type : kLayouts) {
+  for (res_DataTypeEnm type : kTensorLayouts) {
     for (int i = 0; i < kSamples / 4; ++i) {
       const std::array<T, 6> c = randomComponents<T>(10.0);
       const utf_Tensor<T> tensor = tensorFrom(type, c.data(), i % 2 == 1);
@@ -527,7 +411,7 @@ std::array<T, 6> permuted(const std::array<T, 6>& c, const int order[3]) {
 TYPED_TEST(TensorProperties, MisesPressureAndInv3DoNotDependOnTheOrderOfTheAxes) {
   using T = TypeParam;
   const int orders[6][3] = {{0, 1, 2}, {0, 2, 1}, {1, 0, 2}, {1, 2, 0}, {2, 0, 1}, {2, 1, 0}};
-  for (res_DataTypeEnm type : kLayouts) {
+  for (res_DataTypeEnm type : kTensorLayouts) {
     for (int i = 0; i < kSamples / 4; ++i) {
       const bool engineering = i % 2 == 0;
       const std::array<T, 6> c = randomComponents<T>(1.0);
@@ -562,7 +446,7 @@ TYPED_TEST(TensorProperties, MisesPressureAndInv3DoNotDependOnTheOrderOfTheAxes)
 // Near-degenerate and badly scaled tensors.
 
 // A random rotation (rows of the table of a random unit quaternion), in long double.
-Matrix randomRotation() {
+RealMatrix randomRotation() {
   Real q[4];
   Real norm = 0;
   do {
@@ -577,7 +461,7 @@ Matrix randomRotation() {
     v /= norm;
   }
   const Real x = q[0], y = q[1], z = q[2], w = q[3];
-  Matrix r{};
+  RealMatrix r{};
   r.a[0][0] = 1 - 2 * (y * y + z * z);
   r.a[0][1] = 2 * (x * y + z * w);
   r.a[0][2] = 2 * (x * z - y * w);
@@ -593,7 +477,7 @@ Matrix randomRotation() {
 // Full-tensor components (tensor shear) of R^T diag(l1, l2, l3) R, rounded to T.
 template <typename T>
 std::array<T, 6> withSpectrum(Real l1, Real l2, Real l3) {
-  const Matrix r = randomRotation();
+  const RealMatrix r = randomRotation();
   const Real l[3] = {l1, l2, l3};
   auto entry = [&](int i, int j) {
     Real sum = 0;
@@ -722,7 +606,7 @@ TYPED_TEST(TensorProperties, ShearOf1e20OfTheDirectValuesLeavesTheDirectValues) 
 // their accuracy at 1e30.
 template <typename T>
 void expectPrincipalAccurateAtScale(double scale) {
-  for (res_DataTypeEnm type : kLayouts) {
+  for (res_DataTypeEnm type : kTensorLayouts) {
     for (int i = 0; i < kSamples / 8; ++i) {
       const std::array<T, 6> c = randomComponents<T>(scale);
       const utf_Tensor<T> tensor = tensorFrom(type, c.data(), i % 2 == 0);
@@ -781,7 +665,7 @@ TYPED_TEST(TensorProperties, FullTensorsAround1eMinus30KeepOnlyTheirMeanAndSprea
   for (int i = 0; i < kSamples / 4; ++i) {
     const std::array<T, 6> c = randomComponents<T>(1e-30);
     const utf_Tensor<T> tensor = tensorFrom(res_Tensor3dFull, c.data(), i % 2 == 0);
-    const Matrix m = matrixOf(tensor);
+    const RealMatrix m = matrixOf(tensor);
     const Real mean = (m.a[0][0] + m.a[1][1] + m.a[2][2]) / 3;
     const Real j2 = traceOfSquare(deviatorOf(m)) / 2;
     const double r = double(2 * std::sqrt(j2 / 3));
@@ -813,12 +697,12 @@ TYPED_TEST(TensorProperties, MisesAndInv3AcrossScales) {
   // around 1e-30 every square and cube underflows and both are 0. In between the float inv3
   // degrades (products in the subnormal range, or some of them overflowing): not checked.
   for (double scale : {1e30, 1e15, 1e10, 1e-10, 1e-15, 1e-30}) {
-    for (res_DataTypeEnm type : kLayouts) {
+    for (res_DataTypeEnm type : kTensorLayouts) {
       for (int i = 0; i < kSamples / 20; ++i) {
         const std::array<T, 6> c = randomComponents<T>(scale);
         const utf_Tensor<T> tensor = tensorFrom(type, c.data(), i % 2 == 0);
-        const Matrix m = matrixOf(tensor);
-        const Matrix s = deviatorOf(m);
+        const RealMatrix m = matrixOf(tensor);
+        const RealMatrix s = deviatorOf(m);
         const Real whole = std::sqrt(traceOfSquare(m));
         const Real deviator = std::sqrt(traceOfSquare(s));
         if (!single || (scale <= 1e15 && scale >= 1e-15)) {

@@ -18,9 +18,6 @@ template <typename T>
 class TensorValue : public ::testing::Test {};
 TYPED_TEST_SUITE(TensorValue, utf_Precisions, utf_PrecisionNames);
 
-const res_DataTypeEnm kTensorTypes[] = {res_Tensor3dFull, res_Tensor3dPlanar, res_Tensor3dSurface,
-                                        res_Tensor2dPlanar, res_Tensor2dSurface};
-
 // Types that are no tensor type, including values outside the enumerators.
 const res_DataTypeEnm kOtherTypes[] = {res_Vector,
                                        static_cast<res_DataTypeEnm>(5),
@@ -28,11 +25,6 @@ const res_DataTypeEnm kOtherTypes[] = {res_Vector,
                                        static_cast<res_DataTypeEnm>(0),
                                        static_cast<res_DataTypeEnm>(14),
                                        static_cast<res_DataTypeEnm>(-1)};
-
-template <typename T>
-std::vector<T> componentsOf(const utf_EngineeringData<T>& value) {
-  return std::vector<T>(value.data(), value.data() + value.size());
-}
 
 template <typename T>
 std::string printed(const utf_Tensor<T>& tensor, int indent) {
@@ -89,9 +81,9 @@ TYPED_TEST(TensorValue, ConstPointerConstructorCopiesTheLayoutCount) {
   const T values[8] = {T(1), T(2), T(3), T(4), T(5), T(6), T(7), T(8)};
   const int expected[] = {6, 4, 3, 4, 3};
   for (int i = 0; i < 5; ++i) {
-    const utf_Tensor<T> tensor(kTensorTypes[i], values, false);
-    EXPECT_EQ(tensor.type(), kTensorTypes[i]);
-    ASSERT_EQ(tensor.size(), expected[i]) << "type " << kTensorTypes[i];
+    const utf_Tensor<T> tensor(kTensorLayouts[i], values, false);
+    EXPECT_EQ(tensor.type(), kTensorLayouts[i]);
+    ASSERT_EQ(tensor.size(), expected[i]) << "type " << kTensorLayouts[i];
     EXPECT_TRUE(tensor.ownsData());
     EXPECT_NE(tensor.data(), values);
     EXPECT_EQ(componentsOf(tensor), std::vector<T>(values, values + expected[i]));
@@ -144,8 +136,8 @@ TYPED_TEST(TensorValue, NonConstPointerConstructorUsesTheLayoutCount) {
   T values[6] = {T(1), T(2), T(3), T(4), T(5), T(6)};
   const int expected[] = {6, 4, 3, 4, 3};
   for (int i = 0; i < 5; ++i) {
-    const utf_Tensor<T> view(kTensorTypes[i], values, false);
-    EXPECT_EQ(view.size(), expected[i]) << "type " << kTensorTypes[i];
+    const utf_Tensor<T> view(kTensorLayouts[i], values, false);
+    EXPECT_EQ(view.size(), expected[i]) << "type " << kTensorLayouts[i];
     EXPECT_EQ(view.data(), values);
   }
   const utf_Tensor<T> other(static_cast<res_DataTypeEnm>(5), values, false);
@@ -173,8 +165,8 @@ TYPED_TEST(TensorValue, HasOutOfPlaneDirectIsFalseForSurfaceLayoutsOnly) {
   const T values[6] = {};
   const bool expected[] = {true, true, false, true, false};
   for (int i = 0; i < 5; ++i) {
-    EXPECT_EQ(utf_Tensor<T>(kTensorTypes[i], values, false).hasOutOfPlaneDirect(), expected[i])
-        << "type " << kTensorTypes[i];
+    EXPECT_EQ(utf_Tensor<T>(kTensorLayouts[i], values, false).hasOutOfPlaneDirect(), expected[i])
+        << "type " << kTensorLayouts[i];
   }
   for (res_DataTypeEnm type : kOtherTypes) {
     EXPECT_TRUE(utf_Tensor<T>(type, values, false).hasOutOfPlaneDirect()) << "type " << type;
@@ -186,8 +178,8 @@ TYPED_TEST(TensorValue, Is3DIsFalseFor2DLayoutsOnly) {
   const T values[6] = {};
   const bool expected[] = {true, true, true, false, false};
   for (int i = 0; i < 5; ++i) {
-    EXPECT_EQ(utf_Tensor<T>(kTensorTypes[i], values, false).is3D(), expected[i])
-        << "type " << kTensorTypes[i];
+    EXPECT_EQ(utf_Tensor<T>(kTensorLayouts[i], values, false).is3D(), expected[i])
+        << "type " << kTensorLayouts[i];
   }
   for (res_DataTypeEnm type : kOtherTypes) {
     EXPECT_TRUE(utf_Tensor<T>(type, values, false).is3D()) << "type " << type;
@@ -200,8 +192,8 @@ TYPED_TEST(TensorValue, QuaternionTypeIs7For3DAnd6For2D) {
   const res_DataTypeEnm expected[] = {res_Rotation3d, res_Rotation3d, res_Rotation3d,
                                       res_Rotation2d, res_Rotation2d};
   for (int i = 0; i < 5; ++i) {
-    EXPECT_EQ(utf_Tensor<T>(kTensorTypes[i], values, false).QuaternionType(), expected[i])
-        << "type " << kTensorTypes[i];
+    EXPECT_EQ(utf_Tensor<T>(kTensorLayouts[i], values, false).QuaternionType(), expected[i])
+        << "type " << kTensorLayouts[i];
   }
   for (res_DataTypeEnm type : kOtherTypes) {
     EXPECT_EQ(utf_Tensor<T>(type, values, false).QuaternionType(), res_Rotation3d)

@@ -179,10 +179,10 @@ TYPED_TEST(Vector, ATwoComponentVectorTurnedAboutTheFirstAxisFailsAndIsUnchanged
   const T values[2] = {T(1), T(0.5)};
   utf_Vector<T> v(values, 2);
   const long long before = mem_LiveBlocks();
-  expectAssertion([&] { v.transform(aboutX); }, kNot2d, "include/utf_Vector", 84);
+  expectAssertion([&] { v.transform(aboutX); }, kNot2d, utf_VectorAssertLine::source,
+                  utf_VectorAssertLine::not2dTransform);
   EXPECT_EQ(mem_LiveBlocks(), before) << "the table was released";
   expectComponents<T>(v, {T(1), T(0.5)});
-  EXPECT_EQ(utf_VectorAssertLine::not2dTransform, 84);
 }
 
 TYPED_TEST(Vector, TheTwoDimensionalCheckFailsOnNaN) {
@@ -192,7 +192,8 @@ TYPED_TEST(Vector, TheTwoDimensionalCheckFailsOnNaN) {
   const utf_Quaternion<T> broken(res_Rotation3d, values);
   T xy[2] = {T(2), T(3)};
   utf_Vector<T> v(static_cast<const T*>(xy), 2);
-  expectAssertion([&] { v.transform(broken); }, kNot2d, "include/utf_Vector", 84);
+  expectAssertion([&] { v.transform(broken); }, kNot2d, utf_VectorAssertLine::source,
+                  utf_VectorAssertLine::not2dTransform);
   expectComponents<T>(v, {T(2), T(3)});
 }
 
@@ -210,7 +211,7 @@ TYPED_TEST(Vector, TheTwoDimensionalCheckAcceptsASmallTiltAndUsesTheUpperLeftBlo
             bitsOf(T(m.ConstGet(1, 0) * values[0] + m.ConstGet(1, 1) * values[1])));
   utf_Vector<T> w(values, 2);
   expectAssertion([&] { w.transform(utf_Quaternion<T>(T(0.15), T(0), T(0))); }, kNot2d,
-                  "include/utf_Vector", 84);
+                  utf_VectorAssertLine::source, utf_VectorAssertLine::not2dTransform);
   expectComponents<T>(w, {T(1.5), T(-2)});
 }
 

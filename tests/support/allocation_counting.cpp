@@ -1,7 +1,7 @@
 // Replaces the global operator new of the test programs to count its calls, so that a test can
 // prove that a call allocates nothing from the C++ heap either.
 
-#include "test_support.h"
+#include "expectations.h"
 
 #include <atomic>
 #include <cstdlib>

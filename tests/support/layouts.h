@@ -1,0 +1,118 @@
+#ifndef UTF_TEST_LAYOUTS_H
+#define UTF_TEST_LAYOUTS_H
+
+// The five tensor layouts as the tests walk them, what each stores, and tensor values built from
+// components. One table for every test program, so that a test over "every layout" means the
+// same five everywhere.
+
+#include "utf.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+// The five tensor layouts, in the order of their data types.
+constexpr res_DataTypeEnm kTensorLayouts[] = {res_Tensor3dFull, res_Tensor3dPlanar,
+                                              res_Tensor3dSurface, res_Tensor2dPlanar,
+                                              res_Tensor2dSurface};
+
+// A type that is no tensor type: the queries compute it as a full tensor.
+constexpr res_DataTypeEnm kNoTensorType = static_cast<res_DataTypeEnm>(5);
+
+// The layout's short name, as in test names: full, planar3d, surface3d, planar2d, surface2d.
+inline const char* layoutName(res_DataTypeEnm type) {
+  switch (type) {
+  case res_Tensor3dFull:
+    return "full";
+  case res_Tensor3dPlanar:
+    return "planar3d";
+  case res_Tensor3dSurface:
+    return "surface3d";
+  case res_Tensor2dPlanar:
+    return "planar2d";
+  case res_Tensor2dSurface:
+    return "surface2d";
+  default:
+    return "other";
+  }
+}
+
+inline bool is2d(res_DataTypeEnm type) {
+  return utf_is2dTensorType(type);
+}
+inline bool isSurface(res_DataTypeEnm type) {
+  return utf_isSurfaceTensorType(type);
+}
+inline bool isPlanar(res_DataTypeEnm type) {
+  return type == res_Tensor3dPlanar || type == res_Tensor2dPlanar;
+}
+
+// The components a tensor of this type is read with: 3 (surface), 4 (planar), 6 (the full
+// layout and any type that is no tensor type, which the queries read as full).
+inline int countOf(res_DataTypeEnm type) {
+  return isSurface(type) ? 3 : isPlanar(type) ? 4 : 6;
+}
+
+// Whether slot `slot` of the layout holds a shear: S12, S13, S23 of the full layout, S12 (slot
+// 3) of a planar one, S12 (slot 2) of a surface one.
+inline bool isShearSlot(res_DataTypeEnm type, int slot) {
+  if (isSurface(type)) {
+    return slot == 2;
+  }
+  if (isPlanar(type)) {
+    return slot == 3;
+  }
+  return slot >= 3;
+}
+
+// A tensor owning a copy of the layout's countOf(type) components.
+template <typename T>
+utf_Tensor<T> tensorFrom(res_DataTypeEnm type, const T* components, bool engineeringShear) {
+  cow_1DArrayList<T> list;
+  for (int i = 0; i < countOf(type); ++i) {
+    list.Append(components[i]);
+  }
+  return utf_Tensor<T>(type, list, engineeringShear);
+}
+
+// A tensor owning exactly the listed components, however many the layout has.
+template <typename T>
+utf_Tensor<T> tensorOf(res_DataTypeEnm type, std::initializer_list<T> components,
+                       bool engineeringShear = false) {
+  return utf_Tensor<T>(type, cow_1DArrayList<T>(components), engineeringShear);
+}
+
+// The stored components of any engineering-data value.
+template <typename T>
+std::vector<T> componentsOf(const utf_EngineeringData<T>& value) {
+  return std::vector<T>(value.data(), value.data() + value.size());
+}
+
+// One precision and one layout: the parameter of the suites that run over both precisions and
+// every layout, each combination a test of its own (float_full, ..., double_surface2d).
+template <typename Precision, res_DataTypeEnm Layout>
+struct LayoutCase {
+  using T = Precision;
+  static constexpr res_DataTypeEnm type = Layout;
+};
+
+using utf_LayoutCases = ::testing::Types<
+    LayoutCase<float, res_Tensor3dFull>, LayoutCase<float, res_Tensor3dPlanar>,
+    LayoutCase<float, res_Tensor3dSurface>, LayoutCase<float, res_Tensor2dPlanar>,
+    LayoutCase<float, res_Tensor2dSurface>, LayoutCase<double, res_Tensor3dFull>,
+    LayoutCase<double, res_Tensor3dPlanar>, LayoutCase<double, res_Tensor3dSurface>,
+    LayoutCase<double, res_Tensor2dPlanar>, LayoutCase<double, res_Tensor2dSurface>>;
+
+// Names the layout cases: TYPED_TEST_SUITE(Fixture, utf_LayoutCases, utf_LayoutCaseNames).
+struct utf_LayoutCaseNames {
+  template <typename Case>
+  static std::string GetName(int) {
+    return std::string(std::is_same<typename Case::T, float>::value ? "float_" : "double_") +
+           layoutName(Case::type);
+  }
+};
+
+#endif
