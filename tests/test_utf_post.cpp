@@ -6,6 +6,8 @@
 
 #include "utf_post_test_support.h"
 
+#include "utf_Constants.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -69,8 +71,6 @@ void expectFailure(const std::string& table, std::vector<std::string> arguments,
   EXPECT_EQ(r.run.out, "");
   EXPECT_EQ(r.folder.entries(), std::vector<std::string>{"input.csv"});
 }
-
-const double pi = 3.14159265358979323846;
 
 } // namespace
 
@@ -518,7 +518,7 @@ TEST(System, AnglesAgreeWithAnIndependentRotation) {
   const double a = 30, b = -20, c = 50;
   double expected[6];
   long double table[3][3];
-  rotatedByAngles(s, a * pi / 180, b * pi / 180, c * pi / 180, expected, table);
+  rotatedByAngles(s, a * utf_pi / 180, b * utf_pi / 180, c * utf_pi / 180, expected, table);
   FolderRun r;
   runOnFile(r, "S11,S22,S33,S12,S13,S23\n120,-40,65,33,-18,27\n",
             {"--rotate-angles", "30,-20,50", "--outputs", "components,mises"});
@@ -554,7 +554,7 @@ TEST(System, FloatRotationAgreesToItsPrecision) {
   const double s[6] = {120, -40, 65, 33, -18, 27};
   double expected[6];
   long double table[3][3];
-  rotatedByAngles(s, 30 * pi / 180, -20 * pi / 180, 50 * pi / 180, expected, table);
+  rotatedByAngles(s, 30 * utf_pi / 180, -20 * utf_pi / 180, 50 * utf_pi / 180, expected, table);
   FolderRun r;
   runOnFile(r, "S11,S22,S33,S12,S13,S23\n120,-40,65,33,-18,27\n",
             {"--rotate-angles", "30,-20,50", "--precision", "float", "--outputs", "components"});
@@ -571,8 +571,8 @@ TEST(System, EngineeringShearStaysEngineeringShear) {
   runOnFile(r, std::string(fullHeader) + "1,0,0,0,100,0,0\n",
             {"--engineering-shear", "--rotate-angles", "0,0,30", "--outputs", "components"});
   ASSERT_EQ(r.run.status, 0) << r.run.err;
-  expectClose(valueAt(r.table, 0, "local_S11"), 50 * std::sin(pi / 3), 1e-14, 1e-13, "S'11");
-  expectClose(valueAt(r.table, 0, "local_S22"), -50 * std::sin(pi / 3), 1e-14, 1e-13, "S'22");
+  expectClose(valueAt(r.table, 0, "local_S11"), 50 * std::sin(utf_pi / 3), 1e-14, 1e-13, "S'11");
+  expectClose(valueAt(r.table, 0, "local_S22"), -50 * std::sin(utf_pi / 3), 1e-14, 1e-13, "S'22");
   expectClose(valueAt(r.table, 0, "local_S12"), 50, 1e-14, 1e-13, "engineering S'12");
 }
 
@@ -587,8 +587,8 @@ TEST(System, PlaneLayoutsTurnAboutThe3Axis) {
     expectClose(valueAt(r.table, 0, "local_S11"), 75, 1e-14, 0, layout);
     expectClose(valueAt(r.table, 0, "local_S22"), 25, 1e-14, 0, layout);
     expectClose(valueAt(r.table, 0, "local_S33"), 7, 1e-14, 0, layout);
-    expectClose(valueAt(r.table, 0, "local_S12"), -100 * std::cos(pi / 6) * std::sin(pi / 6), 1e-14,
-                0, layout);
+    expectClose(valueAt(r.table, 0, "local_S12"),
+                -100 * std::cos(utf_pi / 6) * std::sin(utf_pi / 6), 1e-14, 0, layout);
   }
   for (const char* layout : {"surface3d", "surface2d"}) {
     FolderRun r;
@@ -599,8 +599,8 @@ TEST(System, PlaneLayoutsTurnAboutThe3Axis) {
     ASSERT_EQ(r.run.status, 0) << r.run.err;
     expectClose(valueAt(r.table, 0, "local_S11"), 75, 1e-14, 0, layout);
     expectClose(valueAt(r.table, 0, "local_S22"), 25, 1e-14, 0, layout);
-    expectClose(valueAt(r.table, 0, "local_S12"), -100 * std::cos(pi / 6) * std::sin(pi / 6), 1e-14,
-                0, layout);
+    expectClose(valueAt(r.table, 0, "local_S12"),
+                -100 * std::cos(utf_pi / 6) * std::sin(utf_pi / 6), 1e-14, 0, layout);
   }
 }
 
@@ -643,7 +643,7 @@ void expectTiltRefused(const std::string& layout, const std::string& angles,
 
 TEST(BadInput, RotationThatTiltsAPlaneLayoutIsRefused) {
   // 30 degrees about X: the new 3-axis is (0, -sin 30, cos 30).
-  const double tilted[3] = {0, -0.5, std::cos(pi / 6)};
+  const double tilted[3] = {0, -0.5, std::cos(utf_pi / 6)};
   expectTiltRefused("planar3d", "30,0,0", " or a turn-over", tilted);
   expectTiltRefused("surface3d", "30,0,0", " or a turn-over", tilted);
   expectTiltRefused("planar2d", "30,0,0", "", tilted);
@@ -1199,6 +1199,73 @@ TEST(CommandLine, HelpListsEveryOptionWithAnExample) {
   EXPECT_NE(run.out.find("is the local S22"), std::string::npos);
   for (const char* column : {"max_principal", "pdir_qx", "pdir1_x", "local_S11"}) {
     EXPECT_NE(run.out.find(column), std::string::npos) << column;
+  }
+}
+
+// The default that the help states for `option`: in its entry (its lines joined by blanks), the
+// text after "(default " up to the first ')', ';' or ':'; empty when the entry states none.
+std::string statedDefault(const std::vector<std::string>& help, const std::string& option) {
+  std::string entry;
+  for (std::size_t i = 0; i < help.size(); ++i) {
+    if (help[i].rfind("  " + option + " ", 0) != 0) {
+      continue;
+    }
+    for (std::size_t j = i; j < help.size() && (j == i || help[j].rfind("   ", 0) == 0); ++j) {
+      entry += help[j].substr(help[j].find_first_not_of(' ')) + " ";
+    }
+    break;
+  }
+  const std::size_t start = entry.find("(default ");
+  if (start == std::string::npos) {
+    return "";
+  }
+  const std::size_t begin = start + std::string("(default ").size();
+  return entry.substr(begin, entry.find_first_of(");:", begin) - begin);
+}
+
+TEST(CommandLine, EveryDefaultTheHelpStatesIsTheOneARunTakes) {
+  const RunResult help = runPost({"--help"});
+  ASSERT_EQ(help.status, 0);
+  const std::vector<std::string> lines = linesOf(help.out);
+  // A table on which each option below tells: shears out of the 1-2 plane (--layout), values
+  // that float rounds (--precision), semicolons (--separator), points off any axis tried
+  // (--axis-origin, --axis-direction), 30 bad rows (--max-warnings).
+  std::string table = "id;X;Y;Z;S11;S22;S33;S12;S13;S23\n";
+  for (int i = 1; i <= 30; ++i) {
+    const std::string n = std::to_string(i);
+    table += n + ";" + n + ".1;-2.3;0.7;100.1;-20.3;5.7;30.1;-10.9;20.3\n";
+    table += "bad;1;2;3;x;0;0;0;0;0\n";
+  }
+  const std::vector<std::string> plain = {"--skip-bad-rows"};
+  const std::vector<std::string> cylindrical = {"--skip-bad-rows", "--cylindrical", "--outputs",
+                                                "components"};
+  const struct {
+    const char* option;
+    std::vector<std::string> base;
+  } cases[] = {{"--outputs", plain},
+               {"--layout", plain},
+               {"--precision", plain},
+               {"--separator", plain},
+               {"--max-warnings", plain},
+               {"--axis-origin", cylindrical},
+               {"--axis-direction", cylindrical},
+               {"--coordinates", cylindrical}};
+  // A run with the option set to the stated default gives the very bytes of a run without it.
+  for (const auto& c : cases) {
+    const std::string value = statedDefault(lines, c.option);
+    ASSERT_FALSE(value.empty()) << c.option << ": the help states no default";
+    FolderRun without;
+    runOnFile(without, table, c.base, ';');
+    ASSERT_EQ(without.run.status, 0) << without.run.err;
+    ASSERT_EQ(without.table.size(), 31u) << c.option;
+    std::vector<std::string> arguments = c.base;
+    arguments.push_back(c.option);
+    arguments.push_back(value);
+    FolderRun with;
+    runOnFile(with, table, arguments, ';');
+    EXPECT_EQ(with.run.status, 0) << c.option << " " << value << ": " << with.run.err;
+    EXPECT_EQ(with.run.out, without.run.out) << c.option << " " << value;
+    EXPECT_EQ(with.run.err, without.run.err) << c.option << " " << value;
   }
 }
 

@@ -14,10 +14,12 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdio>
 #include <memory>
 #include <string>
 #include <unistd.h>
+#include <vector>
 
 #ifndef UTF_POST_VERSION
 #define UTF_POST_VERSION "unknown"
@@ -82,77 +84,86 @@ private:
   ProgressDisplay m_display;
 };
 
-// The command line's texts, before they are read into Options.
+// The command line as parsed. The options that set a field of Options as it stands are bound to
+// it, so that an absent one keeps its default there; the others are kept as texts, which
+// toOptions reads into Options only when the option is given.
 struct Arguments {
-  std::string input = "-";
-  std::string output;
-  std::string outputs = "mises";
-  std::string layout = "full";
+  Options options; // INPUT, -o, --engineering-shear, --skip-bad-rows, --max-warnings
+  std::string outputs;
+  std::string layout;
   std::string columns;
-  std::string precision = "double";
-  std::string separator = "auto";
+  std::string precision;
+  std::string separator;
   std::string angles;
   std::string cosines;
-  std::string axisOrigin = "0,0,0";
-  std::string axisDirection = "0,0,1";
+  std::string axisOrigin;
+  std::string axisDirection;
   std::string coordinates;
-  bool engineeringShear = false;
   bool cylindrical = false;
-  bool skipBadRows = false;
-  long maxWarnings = 20;
   bool demo = false;
   bool sample = false;
   bool version = false;
 };
 
 void defineOptions(CLI::App& app, Arguments& a) {
+  // The defaults that the help states, from Options itself (and a 2D layout's, whose default
+  // coordinate columns differ).
+  const Options defaults;
+  Options twoDimensional;
+  twoDimensional.layout = res_Tensor2dPlanar;
+
   app.get_formatter()->column_width(28);
   app.footer(footer);
   app.set_help_flag("-h,--help", "Print this help and stop.\n"
                                  "e.g. utf-post --help");
 
-  app.add_option("INPUT", a.input,
+  app.add_option("INPUT", a.options.input,
                  "The results table (CSV); standard input when absent or \"-\".\n"
                  "e.g. utf-post results.csv")
       ->type_name("FILE");
-  app.add_option("-o,--output", a.output,
+  app.add_option("-o,--output", a.options.output,
                  "Write the table to FILE, not to standard output (\"-\"). It is\n"
                  "written to a temporary name, then renamed: a failed run leaves no\n"
                  "file.\n"
                  "e.g. -o results_post.csv")
       ->type_name("FILE");
   app.add_option("--outputs", a.outputs,
-                 "The values to append, in this order (default mises): mises,\n"
-                 "pressure, tresca, inv3, max-principal, mid-principal,\n"
-                 "min-principal, max-inplane, min-inplane, out-of-plane,\n"
-                 "principal-directions, components.\n"
-                 "e.g. --outputs mises,max-principal,components")
+                 "The values to append, in this order (default " + outputList(defaults.outputs) +
+                     "): mises,\n"
+                     "pressure, tresca, inv3, max-principal, mid-principal,\n"
+                     "min-principal, max-inplane, min-inplane, out-of-plane,\n"
+                     "principal-directions, components.\n"
+                     "e.g. --outputs mises,max-principal,components")
       ->type_name("LIST");
   app.add_option("--layout", a.layout,
-                 "The tensor layout (default full): full (S11,S22,S33,S12,S13,S23),\n"
-                 "planar3d (S11,S22,S33,S12), surface3d (S11,S22,S12), planar2d\n"
-                 "(S11,S22,S33,S12), surface2d (S11,S22,S12), or 9 to 13 in order.\n"
-                 "e.g. --layout surface3d")
+                 "The tensor layout (default " + std::string(layoutName(defaults.layout)) +
+                     "): full (S11,S22,S33,S12,S13,S23),\n"
+                     "planar3d (S11,S22,S33,S12), surface3d (S11,S22,S12), planar2d\n"
+                     "(S11,S22,S33,S12), surface2d (S11,S22,S12), or 9 to 13 in order.\n"
+                     "e.g. --layout surface3d")
       ->type_name("NAME");
   app.add_option("--columns", a.columns,
                  "The tensor's columns in the layout's order (default: the\n"
                  "layout's names above).\n"
                  "e.g. --columns SXX,SYY,SZZ,SXY,SXZ,SYZ")
       ->type_name("LIST");
-  app.add_flag("--engineering-shear", a.engineeringShear,
+  app.add_flag("--engineering-shear", a.options.engineeringShear,
                "The shear columns hold engineering shears (twice the tensor\n"
                "components, as engineering strains do); the appended\n"
                "components keep that convention.\n"
                "e.g. --engineering-shear");
   app.add_option("--precision", a.precision,
-                 "The arithmetic: double (default) or float. Numbers are read in\n"
-                 "it and written in its shortest round-trip form.\n"
-                 "e.g. --precision float")
+                 "The arithmetic (default " + std::string(precisionName(defaults.precision)) +
+                     "): double or float. Numbers are\n"
+                     "read in it and written in its shortest round-trip form.\n"
+                     "e.g. --precision float")
       ->type_name("NAME");
   app.add_option("--separator", a.separator,
-                 "The field separator: auto (default: the more frequent of ',' and\n"
-                 "';' on the header line), comma or semicolon. The output keeps it.\n"
-                 "e.g. --separator semicolon")
+                 "The field separator (default " + std::string(separatorName(defaults.separator)) +
+                     "): auto (the more frequent of\n"
+                     "',' and ';' on the header line), comma or semicolon; the\n"
+                     "output keeps it.\n"
+                     "e.g. --separator semicolon")
       ->type_name("NAME");
   app.add_option("--rotate-angles", a.angles,
                  "Express the tensor on axes turned by the three-angle rotation\n"
@@ -171,27 +182,35 @@ void defineOptions(CLI::App& app, Arguments& a) {
                "radial), 3 axial. A point on the axis is a bad row.\n"
                "e.g. --cylindrical --axis-direction 0,0,1");
   app.add_option("--axis-origin", a.axisOrigin,
-                 "With --cylindrical: a point of the axis (default 0,0,0).\n"
-                 "e.g. --axis-origin 100,0,0")
+                 "With --cylindrical: a point of the axis (default " +
+                     formatList(defaults.axisOrigin, 3) +
+                     ").\n"
+                     "e.g. --axis-origin 100,0,0")
       ->type_name("X,Y,Z");
   app.add_option("--axis-direction", a.axisDirection,
                  "With --cylindrical: the axis direction, of any non-zero length\n"
-                 "(default 0,0,1).\n"
-                 "e.g. --axis-direction 0,1,0")
+                 "(default " +
+                     formatList(defaults.axisDirection, 3) +
+                     ").\n"
+                     "e.g. --axis-direction 0,1,0")
       ->type_name("X,Y,Z");
   app.add_option("--coordinates", a.coordinates,
-                 "With --cylindrical: the point's coordinate columns (default\n"
-                 "X,Y,Z; X,Y for planar2d and surface2d).\n"
-                 "e.g. --coordinates x,y,z")
+                 "With --cylindrical: the point's coordinate columns (default\n" +
+                     joinNames(coordinateColumnsOf(defaults)) + "; " +
+                     joinNames(coordinateColumnsOf(twoDimensional)) +
+                     " for planar2d and surface2d).\n"
+                     "e.g. --coordinates x,y,z")
       ->type_name("LIST");
-  app.add_flag("--skip-bad-rows", a.skipBadRows,
+  app.add_flag("--skip-bad-rows", a.options.skipBadRows,
                "Leave a bad row out with a warning instead of stopping, and\n"
                "report their count at the end.\n"
                "e.g. --skip-bad-rows");
-  app.add_option("--max-warnings", a.maxWarnings,
+  app.add_option("--max-warnings", a.options.maxWarnings,
                  "With --skip-bad-rows: the bad rows reported one by one\n"
-                 "(default 20; after them only the count).\n"
-                 "e.g. --max-warnings 5")
+                 "(default " +
+                     std::to_string(defaults.maxWarnings) +
+                     "; after them only the count).\n"
+                     "e.g. --max-warnings 5")
       ->type_name("N");
   app.add_flag("--demo", a.demo,
                "Run the demo: the built-in plate-with-a-hole table in\n"
@@ -239,10 +258,11 @@ void checkBuiltInRun(const CLI::App& app, const Arguments& a) {
     return;
   }
   const char* const command = a.demo ? "--demo" : "--sample";
-  if (a.input != "-") {
+  // An INPUT of "-", standard input, is the default: the same as none.
+  if (a.options.input != Options().input) {
     throw Failure(std::string(command) +
                   ": expected no INPUT (it uses the built-in table), found " +
-                  quotedField(a.input));
+                  quotedField(a.options.input));
   }
   for (const char* option :
        {"--outputs", "--layout", "--columns", "--engineering-shear", "--precision", "--separator",
@@ -256,55 +276,73 @@ void checkBuiltInRun(const CLI::App& app, const Arguments& a) {
   }
 }
 
-Options toOptions(const Arguments& a) {
-  Options options;
-  options.input = a.input;
+// Reads the N comma-separated numbers that `option` gives into `values`.
+template <std::size_t N>
+void readNumbers(const char* option, const std::string& text, double (&values)[N]) {
+  const std::vector<double> numbers = parseNumbers(option, text, N);
+  std::copy(numbers.begin(), numbers.end(), values);
+}
+
+// The run's options: those given, read and checked, and the defaults of Options for the rest.
+// Checked here, once, before any file is opened: a bad option is reported as such (not as the
+// missing input it may also name) and creates no output file.
+Options toOptions(const CLI::App& app, const Arguments& a) {
+  const auto given = [&app](const char* option) { return app.count(option) > 0; };
+  Options options = a.options;
   // "-o -" is standard output, like an absent -o.
-  options.output = a.output == "-" ? std::string() : a.output;
-  options.layout = parseLayout(a.layout);
-  options.outputs = parseOutputs(a.outputs);
-  options.precision = parsePrecision(a.precision);
-  options.separator = parseSeparator(a.separator);
-  options.engineeringShear = a.engineeringShear;
+  if (options.output == "-") {
+    options.output.clear();
+  }
+  if (given("--layout")) {
+    options.layout = parseLayout(a.layout);
+  }
+  if (given("--outputs")) {
+    options.outputs = parseOutputs(a.outputs);
+  }
+  if (given("--precision")) {
+    options.precision = parsePrecision(a.precision);
+  }
+  if (given("--separator")) {
+    options.separator = parseSeparator(a.separator);
+  }
   if (!a.columns.empty()) {
     options.tensorColumns = parseNames("--columns", a.columns, 0);
   }
   if (!a.angles.empty()) {
     options.system = SystemKind::Angles;
-    const std::vector<double> angles = parseNumbers("--rotate-angles", a.angles, 3);
-    std::copy(angles.begin(), angles.end(), options.angles);
+    readNumbers("--rotate-angles", a.angles, options.angles);
   }
   if (!a.cosines.empty()) {
     options.system = SystemKind::Cosines;
-    const std::vector<double> cosines = parseNumbers("--rotate-cosines", a.cosines, 9);
-    std::copy(cosines.begin(), cosines.end(), options.cosines);
+    readNumbers("--rotate-cosines", a.cosines, options.cosines);
   }
   if (a.cylindrical) {
     options.system = SystemKind::Cylindrical;
-    const std::vector<double> origin = parseNumbers("--axis-origin", a.axisOrigin, 3);
-    const std::vector<double> direction = parseNumbers("--axis-direction", a.axisDirection, 3);
-    std::copy(origin.begin(), origin.end(), options.axisOrigin);
-    std::copy(direction.begin(), direction.end(), options.axisDirection);
+    if (given("--axis-origin")) {
+      readNumbers("--axis-origin", a.axisOrigin, options.axisOrigin);
+    }
+    if (given("--axis-direction")) {
+      readNumbers("--axis-direction", a.axisDirection, options.axisDirection);
+    }
     if (!a.coordinates.empty()) {
       options.coordinateColumns = parseNames("--coordinates", a.coordinates, 0);
     }
   }
-  options.skipBadRows = a.skipBadRows;
-  options.maxWarnings = a.maxWarnings;
   options.progress = ::isatty(STDERR_FILENO) != 0;
   validate(options);
   return options;
 }
 
-// Where the result goes: the output file (committed at the end) or standard output.
+// Where a result goes: the output file that -o names (written whole, committed at the end), or
+// `otherwise` without -o.
 class Destination {
 public:
-  explicit Destination(const std::string& path) {
+  Destination(const std::string& path, ByteSink& otherwise) : m_otherwise(otherwise) {
     if (!path.empty()) {
       m_file = std::make_unique<OutputFile>(path);
     }
   }
-  ByteSink& sink() { return m_file ? static_cast<ByteSink&>(*m_file) : m_standardOutput; }
+  ByteSink& sink() { return m_file ? static_cast<ByteSink&>(*m_file) : m_otherwise; }
   void commit() {
     if (m_file) {
       m_file->commit();
@@ -313,11 +351,12 @@ public:
 
 private:
   std::unique_ptr<OutputFile> m_file;
-  StandardOutputSink m_standardOutput;
+  ByteSink& m_otherwise;
 };
 
 void writeSample(const Options& options) {
-  Destination destination(options.output);
+  StandardOutputSink standardOutput;
+  Destination destination(options.output, standardOutput);
   const std::string_view sample = builtInSample();
   destination.sink().write(sample.data(), sample.size());
   destination.commit();
@@ -325,17 +364,11 @@ void writeSample(const Options& options) {
 
 void runDemoCommand(const Options& options, Diagnostics& diagnostics) {
   // The processed table goes to -o when given, else nowhere; the report to standard output.
-  std::unique_ptr<OutputFile> file;
   CountingSink discard;
-  if (!options.output.empty()) {
-    file = std::make_unique<OutputFile>(options.output);
-  }
+  Destination destination(options.output, discard);
   DemoFigures figures;
-  const std::string report = runDemo(
-      options.precision, file ? static_cast<ByteSink&>(*file) : discard, diagnostics, figures);
-  if (file) {
-    file->commit();
-  }
+  const std::string report = runDemo(options.precision, destination.sink(), diagnostics, figures);
+  destination.commit();
   StandardOutputSink out;
   out.write(report.data(), report.size());
 }
@@ -343,7 +376,8 @@ void runDemoCommand(const Options& options, Diagnostics& diagnostics) {
 void runTable(const Options& options, Diagnostics& diagnostics) {
   // The input is opened first: a missing input creates no output file.
   FileSource input(options.input);
-  Destination destination(options.output);
+  StandardOutputSink standardOutput;
+  Destination destination(options.output, standardOutput);
   processTable(options, input, destination.sink(), diagnostics);
   destination.commit();
 }
@@ -374,7 +408,7 @@ int runCommandLine(int argc, char** argv) {
   try {
     checkCombinations(app);
     checkBuiltInRun(app, arguments);
-    const Options options = toOptions(arguments);
+    const Options options = toOptions(app, arguments);
     StandardErrorDiagnostics diagnostics(options.progress);
     if (arguments.sample) {
       writeSample(options);

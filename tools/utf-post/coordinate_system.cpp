@@ -4,6 +4,7 @@
 #include "text.h"
 
 #include "gsl_Vector.h"
+#include "utf_Constants.h"
 #include "utf_Quat2dBase.h"
 #include "utf_Quat3dBase.h"
 #include "utf_Quaternion.h"
@@ -15,7 +16,7 @@ namespace utf_post {
 
 namespace {
 
-const double degree = 3.141592653589793 / 180.0;
+const double degree = utf_pi / 180.0;
 
 } // namespace
 
@@ -34,11 +35,7 @@ CoordinateSystem<T>::CoordinateSystem(const Options& options)
     const utf_Quaternion<T> rotation(static_cast<T>(options.angles[0] * degree),
                                      static_cast<T>(options.angles[1] * degree),
                                      static_cast<T>(options.angles[2] * degree));
-    for (int i = 0; i < 4; ++i) {
-      m_q[i] = rotation.data()[i];
-    }
-    checkPlane("--rotate-angles");
-    setPlanarRotation();
+    setRotation(rotation.data(), "--rotate-angles");
     break;
   }
   case SystemKind::Cosines: {
@@ -49,11 +46,7 @@ CoordinateSystem<T>::CoordinateSystem(const Options& options)
     const gsl_Vector yAxis(c[3], c[4], c[5]);
     const gsl_Vector zAxis(c[6], c[7], c[8]);
     const utf_Quaternion<T> rotation(xAxis, yAxis, zAxis);
-    for (int i = 0; i < 4; ++i) {
-      m_q[i] = rotation.data()[i];
-    }
-    checkPlane("--rotate-cosines");
-    setPlanarRotation();
+    setRotation(rotation.data(), "--rotate-cosines");
     break;
   }
   case SystemKind::Cylindrical: {
@@ -69,23 +62,29 @@ CoordinateSystem<T>::CoordinateSystem(const Options& options)
 }
 
 template <typename T>
-void CoordinateSystem<T>::checkPlane(const char* option) const {
-  if (m_layout == res_Tensor3dFull) {
-    return;
+void CoordinateSystem<T>::setRotation(const T* q, const char* option) {
+  for (int i = 0; i < 4; ++i) {
+    m_q[i] = q[i];
   }
+  checkPlane(option);
+  setPlanarRotation();
+}
+
+template <typename T>
+void CoordinateSystem<T>::checkPlane(const char* option) const {
   // The kernel takes its values through a non-const pointer; it only reads them here.
   T q[4] = {m_q[0], m_q[1], m_q[2], m_q[3]};
   T table[3][3];
   utf_Quat3dBase<T>(q).cosines(table);
-  const double x = static_cast<double>(table[2][0]);
-  const double y = static_cast<double>(table[2][1]);
-  const double z = static_cast<double>(table[2][2]);
-  const bool is2d = utf_is2dTensorType(m_layout);
-  if (std::sqrt(x * x + y * y) > planeTolerance || (is2d && z < 0.0)) {
+  // The new 3-axis: the table's third row, a unit vector.
+  const double axis[3] = {static_cast<double>(table[2][0]), static_cast<double>(table[2][1]),
+                          static_cast<double>(table[2][2])};
+  if (!keepsPlane(m_layout, axis, 1.0)) {
+    const bool is2d = utf_is2dTensorType(m_layout);
     throw Failure(std::string(option) + ": expected a rotation about the 3-axis" +
                   (is2d ? "" : " or a turn-over") + " for layout " + layoutName(m_layout) +
-                  " (it holds the 1-2 plane only), found a new 3-axis (" + formatShort(x) + "," +
-                  formatShort(y) + "," + formatShort(z) + ")");
+                  " (it holds the 1-2 plane only), found a new 3-axis (" + formatList(axis, 3) +
+                  ")");
   }
 }
 

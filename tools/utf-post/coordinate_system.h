@@ -41,8 +41,6 @@ public:
   // for a rotation that a layout cannot take.
   explicit CoordinateSystem(const Options& options);
 
-  // Whether a change of system is applied at all.
-  bool active() const { return m_kind != SystemKind::Global; }
   // Whether each row needs its point (cylindrical).
   bool needsPoint() const { return m_kind == SystemKind::Cylindrical; }
 
@@ -52,8 +50,11 @@ public:
   bool apply(T* components, const double* point, std::string& problem) const;
 
 private:
-  // A 3D rotation's table must keep the 1-2 plane for the planar and surface layouts (and be a
-  // turn about +3 for the 2D ones); `option` names the option in the message.
+  // Takes the fixed rotation (angles, cosines) that `option` gives, the 3D quaternion q (x, y,
+  // z, w): checks that it keeps the layout's plane, then sets the 2D rotation from it.
+  void setRotation(const T* q, const char* option);
+  // Refuses, naming `option`, a rotation whose table does not keep the 1-2 plane of a planar or
+  // surface layout (keepsPlane: the new 3-axis is +3, or -3 for the 3D ones).
   void checkPlane(const char* option) const;
   // Sets the 2D rotation from the 3D one, whose table keeps the plane.
   void setPlanarRotation();

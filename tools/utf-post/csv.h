@@ -78,7 +78,6 @@ public:
   bool byteOrderMark() const { return m_byteOrderMark; }
   // Bytes of the input taken up by the records returned so far (for the progress display).
   long long bytesConsumed() const { return m_bytesRead - static_cast<long long>(m_end - m_pos); }
-  const std::string& sourceName() const { return m_source.name(); }
 
 private:
   // Reads more input after the buffered bytes; false at the end of the input.

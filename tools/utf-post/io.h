@@ -70,16 +70,6 @@ public:
   void write(const char* data, std::size_t count) override;
 };
 
-// A string in memory (the demo's report, tests).
-class StringSink : public ByteSink {
-public:
-  void write(const char* data, std::size_t count) override { m_text.append(data, count); }
-  const std::string& text() const { return m_text; }
-
-private:
-  std::string m_text;
-};
-
 // Counts the bytes and drops them (the demo without -o, the benchmark).
 class CountingSink : public ByteSink {
 public:

@@ -25,6 +25,8 @@
 #include "hole_sample.h"
 #include "text.h"
 
+#include "utf_Constants.h"
+
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -32,8 +34,6 @@
 namespace {
 
 using utf_post::HoleSample;
-
-const double pi = 3.141592653589793;
 
 // Cosine and sine of a whole number of degrees, exact at the multiples of 90 degrees (so that
 // the points on the axes have coordinates of exactly 0).
@@ -52,8 +52,8 @@ void cosineSine(int degrees, double& c, double& s) {
     c = 0.0, s = -1.0;
     return;
   default:
-    c = std::cos(degrees * pi / 180.0);
-    s = std::sin(degrees * pi / 180.0);
+    c = std::cos(degrees * utf_pi / 180.0);
+    s = std::sin(degrees * utf_pi / 180.0);
   }
 }
 

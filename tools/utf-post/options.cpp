@@ -68,15 +68,6 @@ std::vector<std::string> splitList(const std::string& text) {
   }
 }
 
-std::string joined(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) {
-    text += text.empty() ? "" : ",";
-    text += name;
-  }
-  return text;
-}
-
 void checkRotationTable(const double* a) {
   // Every entry of A A^T - I (rows orthonormal), then the sign of the determinant.
   double worst = 0.0;
@@ -106,18 +97,14 @@ void checkRotationTable(const double* a) {
 void checkAxis(const Options& options) {
   const double* d = options.axisDirection;
   const double length = std::sqrt(d[0] * d[0] + d[1] * d[1] + d[2] * d[2]);
-  const std::string given = formatShort(d[0]) + "," + formatShort(d[1]) + "," + formatShort(d[2]);
+  const std::string given = formatList(d, 3);
   if (!(length > 0.0) || !std::isfinite(length)) {
     throw Failure("--axis-direction: expected a direction of non-zero length, found " + given);
   }
-  if (options.layout == res_Tensor3dFull) {
-    return;
-  }
   // The cylindrical system's 3-axis is the cylinder's axis: for the layouts that hold only the
   // 1-2 plane it must be the 3-axis (either way for the 3D ones, which can be turned over).
-  const double inPlane = std::sqrt(d[0] * d[0] + d[1] * d[1]) / length;
-  const bool is2d = utf_is2dTensorType(options.layout);
-  if (inPlane > planeTolerance || (is2d && d[2] < 0.0)) {
+  if (!keepsPlane(options.layout, d, length)) {
+    const bool is2d = utf_is2dTensorType(options.layout);
     throw Failure(std::string("--axis-direction: expected the 3-axis ") +
                   (is2d ? "(0,0,1)" : "(0,0,1) or (0,0,-1)") + " for layout " +
                   layoutName(options.layout) + ", found " + given);
@@ -167,24 +154,20 @@ std::vector<OutputKind> parseOutputs(const std::string& text) {
 }
 
 Precision parsePrecision(const std::string& text) {
-  if (text == "float") {
-    return Precision::Float;
-  }
-  if (text == "double") {
-    return Precision::Double;
+  for (const Precision precision : {Precision::Float, Precision::Double}) {
+    if (text == precisionName(precision)) {
+      return precision;
+    }
   }
   throw Failure("--precision: expected float or double, found " + quotedField(text));
 }
 
 char parseSeparator(const std::string& text) {
-  if (text == "auto") {
-    return 0;
-  }
-  if (text == "comma" || text == ",") {
-    return ',';
-  }
-  if (text == "semicolon" || text == ";") {
-    return ';';
+  // By name, or the character itself.
+  for (const char separator : {'\0', ',', ';'}) {
+    if (text == separatorName(separator) || (separator != 0 && text == std::string(1, separator))) {
+      return separator;
+    }
   }
   throw Failure("--separator: expected auto, comma or semicolon, found " + quotedField(text));
 }
@@ -241,6 +224,28 @@ const char* outputName(OutputKind output) {
     }
   }
   return "unknown";
+}
+
+std::string outputList(const std::vector<OutputKind>& outputs) {
+  std::string text;
+  for (OutputKind output : outputs) {
+    text += text.empty() ? "" : ",";
+    text += outputName(output);
+  }
+  return text;
+}
+
+const char* separatorName(char separator) {
+  switch (separator) {
+  case 0:
+    return "auto";
+  case ',':
+    return "comma";
+  case ';':
+    return "semicolon";
+  default:
+    return "unknown";
+  }
 }
 
 std::vector<std::string> componentNames(res_DataTypeEnm layout) {
@@ -300,6 +305,15 @@ std::vector<std::string> newColumnNames(const Options& options) {
   return names;
 }
 
+bool keepsPlane(res_DataTypeEnm layout, const double* axis, double length) {
+  if (layout == res_Tensor3dFull) {
+    return true;
+  }
+  const double inPlane = std::sqrt(axis[0] * axis[0] + axis[1] * axis[1]) / length;
+  const bool is2d = utf_is2dTensorType(layout);
+  return !(inPlane > planeTolerance || (is2d && axis[2] < 0.0));
+}
+
 void validate(const Options& options) {
   const std::vector<std::string> components = componentNames(options.layout);
   if (components.empty()) {
@@ -308,9 +322,9 @@ void validate(const Options& options) {
   }
   if (!options.tensorColumns.empty() && options.tensorColumns.size() != components.size()) {
     throw Failure("--columns: expected " + std::to_string(components.size()) +
-                  " names for layout " + layoutName(options.layout) + " (" + joined(components) +
+                  " names for layout " + layoutName(options.layout) + " (" + joinNames(components) +
                   "), found " + std::to_string(options.tensorColumns.size()) + " (" +
-                  joined(options.tensorColumns) + ")");
+                  joinNames(options.tensorColumns) + ")");
   }
   if (options.maxWarnings < 0) {
     throw Failure("--max-warnings: expected a count of 0 or more, found " +
@@ -324,7 +338,7 @@ void validate(const Options& options) {
     const std::size_t count = options.coordinateColumns.size();
     if (count != 0 && count != 2 && count != 3) {
       throw Failure("--coordinates: expected 2 or 3 names (X,Y or X,Y,Z), found " +
-                    std::to_string(count) + " (" + joined(options.coordinateColumns) + ")");
+                    std::to_string(count) + " (" + joinNames(options.coordinateColumns) + ")");
     }
     checkAxis(options);
     break;

@@ -38,6 +38,9 @@ enum class SystemKind {
   Cylindrical // per point: radial, tangential, axial
 };
 
+// A run's options. The initialisers are the defaults, here and nowhere else: the command line
+// keeps them for an option that is not given, and its help states them from a default-constructed
+// Options.
 struct Options {
   // The input path ("-": standard input) and the output path (empty: standard output).
   std::string input = "-";
@@ -99,6 +102,15 @@ std::vector<double> parseNumbers(const std::string& option, const std::string& t
 const char* layoutName(res_DataTypeEnm layout);
 // The --outputs name of an output ("max-principal").
 const char* outputName(OutputKind output);
+// A list of outputs as --outputs takes it ("mises,max-principal").
+std::string outputList(const std::vector<OutputKind>& outputs);
+// The --precision name of a precision ("float", "double"). Inline: text.cpp, which the sample's
+// generator compiles on its own, names the precision in its messages.
+inline const char* precisionName(Precision precision) {
+  return precision == Precision::Float ? "float" : "double";
+}
+// The --separator name of a separator: "auto" (0: detected), "comma" or "semicolon".
+const char* separatorName(char separator);
 // The components of a layout, in order: S11, S22, S33, S12, S13, S23 (full); S11, S22, S33, S12
 // (planar); S11, S22, S12 (surface).
 std::vector<std::string> componentNames(res_DataTypeEnm layout);
@@ -109,10 +121,20 @@ std::vector<std::string> coordinateColumnsOf(const Options& options);
 // The names of the appended columns, in order.
 std::vector<std::string> newColumnNames(const Options& options);
 
+// Whether a change of system whose new 3-axis is `axis` (global components, of length `length`:
+// 1 for a row of a rotation's table) keeps the 1-2 plane of `layout`. The full layout takes any
+// axis; the planar and surface layouts hold the 1-2 plane only and have no S13, S23 for an
+// out-of-plane shear, so the axis's in-plane part must be at most planeTolerance of its length,
+// and for the 2D layouts it must point along +3 (their 2D rotation cannot turn the plane over).
+// The one rule behind --axis-direction (validate) and a fixed rotation (CoordinateSystem).
+bool keepsPlane(res_DataTypeEnm layout, const double* axis, double length);
+
 // Checks what can be checked before reading the table (the layout, the count of --columns and
 // --coordinates, --max-warnings, the axis of a cylindrical system, a table of cosines): throws
 // Failure with a one-line message. A rotation that a planar or surface layout cannot take is
-// refused when the run builds it (CoordinateSystem).
+// refused when the run builds it (CoordinateSystem), from its table in the run's precision.
+// The command line calls it once, before it opens any file; processTable expects options that
+// pass it.
 void validate(const Options& options);
 
 } // namespace utf_post

@@ -371,7 +371,6 @@ void TableRun<T>::badRow(const CsvRecord& record, const std::string& problem) {
 
 RunSummary processTable(const Options& options, ByteSource& input, ByteSink& output,
                         Diagnostics& diagnostics, RowObserver* observer) {
-  validate(options);
   if (options.precision == Precision::Float) {
     return TableRun<float>(options, input, output, diagnostics, observer).run();
   }

@@ -52,8 +52,11 @@ public:
   virtual void row(const double* point, const double* values, std::size_t count) = 0;
 };
 
-// Processes the whole table from `input` to `output` (flushed at the end). Throws Failure for
-// bad options, a bad header, a bad row (unless skipBadRows) and read or write errors.
+// Processes the whole table from `input` to `output` (flushed at the end). The options must
+// pass validate(): the command line checks them once, before it opens the input and the output,
+// so that a bad option is reported as such and creates no file; the demo's and the benchmark's
+// are fixed. Throws Failure for a rotation that the layout cannot take (CoordinateSystem), a bad
+// header, a bad row (unless skipBadRows) and read or write errors.
 RunSummary processTable(const Options& options, ByteSource& input, ByteSink& output,
                         Diagnostics& diagnostics, RowObserver* observer = nullptr);
 

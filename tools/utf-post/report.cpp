@@ -3,6 +3,8 @@
 #include "hole_sample.h"
 #include "text.h"
 
+#include "utf_Constants.h"
+
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -10,8 +12,6 @@
 namespace utf_post {
 
 namespace {
-
-const double pi = 3.141592653589793;
 
 // The appended values of the demo's run: mises, then local S11, S22, S33, S12, S13, S23.
 enum DemoValue { misesValue = 0, radialValue = 1, hoopValue = 2, shearValue = 4, demoValues = 7 };
@@ -28,7 +28,7 @@ public:
     DemoFigures& f = m_figures;
     ++f.rows;
     const double r = std::sqrt(point[0] * point[0] + point[1] * point[1]);
-    double angle = std::atan2(point[1], point[0]) * 180.0 / pi;
+    double angle = std::atan2(point[1], point[0]) * 180.0 / utf_pi;
     angle = angle < 0.0 ? angle + 360.0 : angle;
     if (f.rows == 1 || values[misesValue] > f.peakMises) {
       f.peakMises = values[misesValue];
@@ -113,11 +113,13 @@ std::string runDemo(Precision precision, ByteSink& table, Diagnostics& diagnosti
             " MPa\n";
   report += "along X: the classical closed-form plane-stress solution, in global Cartesian\n";
   report += "components.\n";
-  report += "Run:   utf-post plate_with_hole.csv --cylindrical --outputs mises,components\n";
-  report += "       (cylindrical axes about the hole's axis, origin 0,0,0, direction 0,0,1:\n";
+  report += "Run:   utf-post " + std::string(builtInSampleName) + " --cylindrical --outputs " +
+            outputList(options.outputs) + "\n";
+  report += "       (cylindrical axes about the hole's axis, origin " +
+            formatList(options.axisOrigin, 3) + ", direction " +
+            formatList(options.axisDirection, 3) + ":\n";
   report += "       local_S11 is the radial stress, local_S22 the hoop stress, local_S12\n";
-  report += std::string("       their shear; precision ") +
-            (precision == Precision::Float ? "float" : "double") + ")\n\n";
+  report += std::string("       their shear; precision ") + precisionName(precision) + ")\n\n";
   report += "At the edge of the hole (r = " + stress(HoleSample::radius) + " mm, " +
             withThousands(figures.edgePoints) + " points):\n";
   report += line("peak hoop stress", stress(figures.peakHoop) + " MPa at " +

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace utf_post {
 
@@ -81,8 +82,8 @@ std::string numberProblem(NumberStatus status, std::string_view text, Precision 
   case NumberStatus::NotANumber:
     return "expected a number, found " + quotedField(text);
   case NumberStatus::OutOfRange:
-    return std::string("expected a number within the range of ") +
-           (precision == Precision::Float ? "float" : "double") + ", found " + quotedField(text);
+    return std::string("expected a number within the range of ") + precisionName(precision) +
+           ", found " + quotedField(text);
   case NumberStatus::NotFinite:
     return "expected a finite number, found " + quotedField(text);
   case NumberStatus::Number:
@@ -101,6 +102,24 @@ std::size_t formatNumber(double value, char* buffer) {
 std::string formatShort(double value) {
   char buffer[32];
   return std::string(buffer, formatNumber(value, buffer));
+}
+
+std::string formatList(const double* values, std::size_t count) {
+  std::string text;
+  for (std::size_t i = 0; i < count; ++i) {
+    text += i == 0 ? "" : ",";
+    text += formatShort(values[i]);
+  }
+  return text;
+}
+
+std::string joinNames(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) {
+    text += text.empty() ? "" : ",";
+    text += name;
+  }
+  return text;
 }
 
 std::string quotedField(std::string_view text) {

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace utf_post {
 
@@ -35,6 +36,10 @@ std::size_t formatNumber(float value, char* buffer);
 std::size_t formatNumber(double value, char* buffer);
 // The same as a string (messages, the report).
 std::string formatShort(double value);
+// `count` numbers in that form, comma-separated, as the command line takes them: "0,0,1".
+std::string formatList(const double* values, std::size_t count);
+// Names comma-separated, as the command line takes them: "X,Y,Z".
+std::string joinNames(const std::vector<std::string>& names);
 
 // A field's text in a message: in double quotes, line ends and other control characters shown
 // as \n, \r, \t or \xHH, and cut after 40 characters (with "...") so the message stays one line.
