@@ -136,29 +136,6 @@ void expectedKernel(res_DataTypeEnm type, const T* rotation, bool engineering, T
   }
 }
 
-// Runs the kernel of a layout over s, with q a 3D rotation (four values) or, for the 2D layouts,
-// the 2D rotation p (two values).
-template <typename T>
-void runKernel(res_DataTypeEnm type, T* s, T* rotation, bool engineering) {
-  switch (type) {
-  case res_Tensor3dFull:
-    utf_Tens3dFullBase<T>(s).transform(utf_Quat3dBase<T>(rotation), engineering);
-    return;
-  case res_Tensor3dPlanar:
-    utf_Tens3dPlanarBase<T>(s).transform(utf_Quat3dBase<T>(rotation), engineering);
-    return;
-  case res_Tensor3dSurface:
-    utf_Tens3dSurfaceBase<T>(s).transform(utf_Quat3dBase<T>(rotation), engineering);
-    return;
-  case res_Tensor2dPlanar:
-    utf_Tens2dPlanarBase<T>(s).transform(utf_Quat2dBase<T>(rotation), engineering);
-    return;
-  default:
-    utf_Tens2dSurfaceBase<T>(s).transform(utf_Quat2dBase<T>(rotation), engineering);
-    return;
-  }
-}
-
 // The long-double A S A^T of a layout for tensorial components c (the reduced layouts embedded
 // in 3 x 3 and read back; the 3D surface layout through the in-plane block of the table), in slot
 // order.

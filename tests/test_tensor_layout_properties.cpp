@@ -54,30 +54,6 @@ utf_Quaternion<T> rotationValue(res_DataTypeEnm type, const T* values) {
   return utf_Quaternion<T>(utf_tensorRotationType(type), values);
 }
 
-// Turns the components in place onto the new axes with the layout's kernel.
-template <typename T>
-void runKernel(res_DataTypeEnm type, T* s, const T* values, bool engineering) {
-  T rotation[4] = {values[0], values[1], is2d(type) ? T(0) : values[2],
-                   is2d(type) ? T(0) : values[3]};
-  switch (type) {
-  case res_Tensor3dFull:
-    utf_Tens3dFullBase<T>(s).transform(utf_Quat3dBase<T>(rotation), engineering);
-    return;
-  case res_Tensor3dPlanar:
-    utf_Tens3dPlanarBase<T>(s).transform(utf_Quat3dBase<T>(rotation), engineering);
-    return;
-  case res_Tensor3dSurface:
-    utf_Tens3dSurfaceBase<T>(s).transform(utf_Quat3dBase<T>(rotation), engineering);
-    return;
-  case res_Tensor2dPlanar:
-    utf_Tens2dPlanarBase<T>(s).transform(utf_Quat2dBase<T>(rotation), engineering);
-    return;
-  default:
-    utf_Tens2dSurfaceBase<T>(s).transform(utf_Quat2dBase<T>(rotation), engineering);
-    return;
-  }
-}
-
 // The same components with every shear doubled: the tensor's engineering storage.
 template <typename T>
 std::array<T, 6> engineeringOf(res_DataTypeEnm type, const std::array<T, 6>& tensorial) {

@@ -85,6 +85,36 @@ utf_Tensor<T> tensorOf(res_DataTypeEnm type, std::initializer_list<T> components
   return utf_Tensor<T>(type, cow_1DArrayList<T>(components), engineeringShear);
 }
 
+// Turns the components in place onto the new axes with the layout's component kernel
+// (utf_Tens3dFullBase and its siblings). `rotation` holds a 3D rotation (x, y, z, w) for the 3D
+// layouts and a 2D rotation (s, c) for the 2D ones; it is copied, the caller's values are only
+// read.
+template <typename T>
+void runKernel(res_DataTypeEnm type, T* s, const T* rotation, bool engineeringShear) {
+  T r[4] = {rotation[0], rotation[1], T(0), T(0)};
+  if (!is2d(type)) {
+    r[2] = rotation[2];
+    r[3] = rotation[3];
+  }
+  switch (type) {
+  case res_Tensor3dFull:
+    utf_Tens3dFullBase<T>(s).transform(utf_Quat3dBase<T>(r), engineeringShear);
+    return;
+  case res_Tensor3dPlanar:
+    utf_Tens3dPlanarBase<T>(s).transform(utf_Quat3dBase<T>(r), engineeringShear);
+    return;
+  case res_Tensor3dSurface:
+    utf_Tens3dSurfaceBase<T>(s).transform(utf_Quat3dBase<T>(r), engineeringShear);
+    return;
+  case res_Tensor2dPlanar:
+    utf_Tens2dPlanarBase<T>(s).transform(utf_Quat2dBase<T>(r), engineeringShear);
+    return;
+  default:
+    utf_Tens2dSurfaceBase<T>(s).transform(utf_Quat2dBase<T>(r), engineeringShear);
+    return;
+  }
+}
+
 // The stored components of any engineering-data value.
 template <typename T>
 std::vector<T> componentsOf(const utf_EngineeringData<T>& value) {

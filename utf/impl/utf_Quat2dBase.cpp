@@ -3,8 +3,6 @@
 
 #include "utf_Quat2dBase.h"
 
-#include "gsl_Plane.h"
-#include "gsl_Point.h"
 #include "utf_Print.h"
 #include "utf_RotationArithmetic.h"
 
@@ -67,17 +65,11 @@ bool utf_Quat2dBase<T>::projectOn(const gsl_Vector& normal, unsigned axis, doubl
   // A fresh table: the entries that cosines leaves alone read as zeros.
   T table[3][3] = {};
   cosines(table);
-  gsl_Vector chosen(static_cast<double>(table[axis][0]), static_cast<double>(table[axis][1]),
-                    static_cast<double>(table[axis][2]));
-  chosen.Normalize();
-  if (std::fabs(chosen.DotProduct(normal)) > tolerance) {
+  gsl_Vector xAxis;
+  gsl_Vector yAxis;
+  if (!utf_impl::projectedFrame(table, axis, normal, tolerance, xAxis, yAxis)) {
     return false;
   }
-  const gsl_Point origin;
-  gsl_Plane plane(origin, normal);
-  gsl_Vector yAxis = chosen.ProjectOn(plane);
-  yAxis.Normalize();
-  const gsl_Vector xAxis = yAxis.CrossProduct(normal);
   set(xAxis, yAxis);
   return true;
 }

@@ -2,8 +2,6 @@
 
 #include "utf_Quat3dBase.h"
 
-#include "gsl_Plane.h"
-#include "gsl_Point.h"
 #include "utf_Print.h"
 #include "utf_RotationArithmetic.h"
 #include "utf_numerics.h"
@@ -94,19 +92,14 @@ void utf_Quat3dBase<T>::inverse(T* r) const {
 
 template <typename T>
 bool utf_Quat3dBase<T>::projectOn(const gsl_Vector& normal, unsigned axis, double tolerance) {
+  // A fresh table: the entries that cosines leaves alone read as zeros.
   T table[3][3] = {};
   cosines(table);
-  gsl_Vector chosen(static_cast<double>(table[axis][0]), static_cast<double>(table[axis][1]),
-                    static_cast<double>(table[axis][2]));
-  chosen.Normalize();
-  if (std::fabs(chosen.DotProduct(normal)) > tolerance) {
+  gsl_Vector xAxis;
+  gsl_Vector yAxis;
+  if (!utf_impl::projectedFrame(table, axis, normal, tolerance, xAxis, yAxis)) {
     return false;
   }
-  const gsl_Point origin;
-  gsl_Plane plane(origin, normal);
-  gsl_Vector yAxis = chosen.ProjectOn(plane);
-  yAxis.Normalize();
-  const gsl_Vector xAxis = yAxis.CrossProduct(normal);
   set(xAxis, yAxis, normal);
   return true;
 }

@@ -14,6 +14,12 @@
 // registers. (An earlier sharing through out-of-line helpers cost about 20% in the transform
 // benchmark; bench_tensor_transform is the judge of any change here.)
 
+#include "gsl_Plane.h"
+#include "gsl_Point.h"
+#include "gsl_Vector.h"
+
+#include <cmath>
+
 namespace utf_impl {
 
 // The constant scalings of the rotations: evaluated in double from the T operand and rounded
@@ -239,6 +245,27 @@ inline void rotatePlanar2d(T* s, const T* p, bool engineeringShear) {
   const T s33 = s[2];
   inPlaneProducts(s, 3, oriented<sense>(cosines2d(p)), f);
   s[2] = T(1) * (s33 * T(1));
+}
+
+// The frame that projectOn turns a rotation to, from row `axis` of its table: that axis,
+// widened to double and normalised, is projected on the plane of the unit `normal` and
+// normalised again as the new Y axis; the new X axis is Y x normal. False, with nothing set, when
+// the chosen axis is more than `tolerance` out of the plane (|axis . normal| > tolerance).
+template <typename T>
+inline bool projectedFrame(const T (&table)[3][3], unsigned axis, const gsl_Vector& normal,
+                           double tolerance, gsl_Vector& xAxis, gsl_Vector& yAxis) {
+  gsl_Vector chosen(static_cast<double>(table[axis][0]), static_cast<double>(table[axis][1]),
+                    static_cast<double>(table[axis][2]));
+  chosen.Normalize();
+  if (std::fabs(chosen.DotProduct(normal)) > tolerance) {
+    return false;
+  }
+  const gsl_Point origin;
+  gsl_Plane plane(origin, normal);
+  yAxis = chosen.ProjectOn(plane);
+  yAxis.Normalize();
+  xAxis = yAxis.CrossProduct(normal);
+  return true;
 }
 
 } // namespace utf_impl
