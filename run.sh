@@ -15,8 +15,10 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 # Debian packages the build needs: compiler and build tools, GoogleTest, Google Benchmark, Eigen
-# (peer benchmarks) and CLI11 (command-line tools).
-PACKAGES=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev libcli11-dev)
+# (peer benchmarks), CLI11 (command-line tools), Highway (the batch engine's SIMD kernels) and
+# oneTBB (its threads).
+PACKAGES=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev libcli11-dev
+  libhwy-dev libtbb-dev)
 
 install_missing() {
   local missing=()

@@ -1,0 +1,107 @@
+// The engine's threads: a oneTBB task arena of the configured size, shared by every call, and
+// the block loop that runs a call's blocks on it; and the SIMD target's name.
+
+#include "utf_BatchThreads.h"
+
+#include "utf_Assert.h"
+#include "utf_BatchBlocks.h"
+#include "utf_BatchTensors.h"
+
+#include <oneapi/tbb/blocked_range.h>
+#include <oneapi/tbb/info.h>
+#include <oneapi/tbb/parallel_for.h>
+#include <oneapi/tbb/partitioner.h>
+#include <oneapi/tbb/task_arena.h>
+
+#include <memory>
+#include <mutex>
+
+namespace {
+
+// The configured count (0: every core) and the arena that serves it. A call takes its own
+// reference to the arena, so that a change of count never pulls an arena from under a running
+// call.
+struct ThreadPool {
+  std::mutex mutex;
+  int configured = 0;
+  std::shared_ptr<oneapi::tbb::task_arena> arena;
+};
+
+ThreadPool& pool() {
+  static ThreadPool instance;
+  return instance;
+}
+
+// The threads a count means: every core the process may run on for 0, and never more than
+// those (oneTBB would not start more workers; a larger count would only be a promise not kept).
+int resolved(int configured) {
+  if (configured == 1) {
+    // The calling thread alone: oneTBB is not even asked (its first use starts it, once).
+    return 1;
+  }
+  const int cores = oneapi::tbb::info::default_concurrency();
+  return configured > 0 && configured < cores ? configured : cores;
+}
+
+// The arena of the current count, made on first use; null when calls run on their own thread.
+std::shared_ptr<oneapi::tbb::task_arena> currentArena() {
+  ThreadPool& p = pool();
+  const std::lock_guard<std::mutex> lock(p.mutex);
+  const int threads = resolved(p.configured);
+  if (threads <= 1) {
+    return nullptr;
+  }
+  if (!p.arena) {
+    p.arena = std::make_shared<oneapi::tbb::task_arena>(threads);
+  }
+  return p.arena;
+}
+
+} // namespace
+
+void utf_batchSetThreadCount(int count) {
+  UTF_ASSERT(count >= 0, utf_BatchAssertLine::source, utf_BatchAssertLine::threadCount);
+  ThreadPool& p = pool();
+  const std::lock_guard<std::mutex> lock(p.mutex);
+  if (count != p.configured) {
+    p.configured = count;
+    p.arena.reset();
+  }
+}
+
+int utf_batchThreadCount() {
+  ThreadPool& p = pool();
+  const std::lock_guard<std::mutex> lock(p.mutex);
+  return resolved(p.configured);
+}
+
+namespace utf_batch {
+
+void runBlocks(std::size_t count, BlockBody body, void* context) {
+  const std::size_t blocks = (count + utf_batchBlockSize - 1) / utf_batchBlockSize;
+  const auto runBlock = [&](std::size_t block) {
+    const std::size_t begin = block * utf_batchBlockSize;
+    const std::size_t end = begin + utf_batchBlockSize < count ? begin + utf_batchBlockSize : count;
+    body(context, begin, end);
+  };
+  const std::shared_ptr<oneapi::tbb::task_arena> arena = blocks > 1 ? currentArena() : nullptr;
+  if (!arena) {
+    for (std::size_t block = 0; block < blocks; ++block) {
+      runBlock(block);
+    }
+    return;
+  }
+  // One task per block: the split decides only which thread runs a block, never its results.
+  arena->execute([&] {
+    oneapi::tbb::parallel_for(
+        oneapi::tbb::blocked_range<std::size_t>(0, blocks, 1),
+        [&](const oneapi::tbb::blocked_range<std::size_t>& range) {
+          for (std::size_t block = range.begin(); block != range.end(); ++block) {
+            runBlock(block);
+          }
+        },
+        oneapi::tbb::simple_partitioner());
+  });
+}
+
+} // namespace utf_batch
