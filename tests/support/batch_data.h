@@ -16,6 +16,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <vector>
@@ -161,10 +162,11 @@ std::vector<std::array<T, 6>> randomTensors(std::size_t count, double scale) {
 // (HWY_TARGETS, the same for the tests as for the engine's kernels), one bit each.
 inline std::vector<std::int64_t> supportedTargets() {
   std::vector<std::int64_t> targets;
-  const std::int64_t all = hwy::SupportedTargets() & HWY_TARGETS;
-  for (std::int64_t bit = 1; bit != 0 && bit <= all; bit <<= 1) {
+  const std::uint64_t all = static_cast<std::uint64_t>(hwy::SupportedTargets() & HWY_TARGETS);
+  for (int shift = 0; shift < 63; ++shift) {
+    const std::uint64_t bit = std::uint64_t{1} << shift;
     if ((all & bit) != 0) {
-      targets.push_back(bit);
+      targets.push_back(static_cast<std::int64_t>(bit));
     }
   }
   return targets;
