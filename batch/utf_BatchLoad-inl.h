@@ -119,6 +119,94 @@ HWY_INLINE Group<V> loadGroup(D d, const TensorSource<hn::TFromD<D>>& source,
   return g;
 }
 
+#if HWY_TARGET != HWY_SCALAR
+// The lanes (x0, y0, x1, y1, ...) of the lower halves of x and y (with `upper`, of their upper
+// halves): the two halves side by side, then one permutation of the lanes.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE V zipHalves(D d, V x, V y, bool upper) {
+  using TI = hwy::MakeSigned<hn::TFromD<D>>;
+  const std::size_t lanes = hn::Lanes(d);
+  const V sideBySide = upper ? hn::ConcatUpperUpper(d, y, x) : hn::ConcatLowerLower(d, y, x);
+  HWY_ALIGN TI zipped[hn::MaxLanes(d)];
+  for (std::size_t k = 0; k < lanes / 2; ++k) {
+    zipped[2 * k] = static_cast<TI>(k);
+    zipped[2 * k + 1] = static_cast<TI>(lanes / 2 + k);
+  }
+  return hn::TableLookupLanes(sideBySide, hn::SetTableIndices(d, zipped));
+}
+#endif
+
+// The six stored values of a dense full-layout group written back (the inverse of loadSix).
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void storeSix(D d, V v0, V v1, V v2, V v3, V v4, V v5, hn::TFromD<D>* p) {
+#if HWY_TARGET == HWY_SCALAR
+  (void)d;
+  p[0] = hn::GetLane(v0);
+  p[1] = hn::GetLane(v1);
+  p[2] = hn::GetLane(v2);
+  p[3] = hn::GetLane(v3);
+  p[4] = hn::GetLane(v4);
+  p[5] = hn::GetLane(v5);
+#else
+  const std::size_t lanes = hn::Lanes(d);
+  hn::StoreInterleaved3(zipHalves(d, v0, v3, false), zipHalves(d, v1, v4, false),
+                        zipHalves(d, v2, v5, false), d, p);
+  hn::StoreInterleaved3(zipHalves(d, v0, v3, true), zipHalves(d, v1, v4, true),
+                        zipHalves(d, v2, v5, true), d, p + 3 * lanes);
+#endif
+}
+
+// Writes a group's n tensors (components s in the library's order) to out, values() numbers
+// each, one after another, in the source's layout and order: a full group of a dense kind by
+// vector stores that interleave, anything else value by value (a matrix in full).
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void storeGroup(D d, const TensorSource<hn::TFromD<D>>& source, bool matrix, const V* s,
+                           hn::TFromD<D>* out, std::size_t n) {
+  using T = hn::TFromD<D>;
+  if (n == hn::Lanes(d)) {
+    switch (source.dense) {
+    case DenseKind::FullLibrary:
+      storeSix(d, s[0], s[1], s[2], s[3], s[4], s[5], out);
+      return;
+    case DenseKind::FullVtk:
+      storeSix(d, s[0], s[1], s[2], s[3], s[5], s[4], out);
+      return;
+    case DenseKind::FullVoigt:
+      storeSix(d, s[0], s[1], s[2], s[5], s[4], s[3], out);
+      return;
+#if HWY_TARGET != HWY_SCALAR
+    case DenseKind::Planar:
+      hn::StoreInterleaved4(s[0], s[1], s[2], s[3], d, out);
+      return;
+    case DenseKind::Surface:
+      hn::StoreInterleaved3(s[0], s[1], s[3], d, out);
+      return;
+#endif
+    default:
+      break;
+    }
+  }
+  HWY_ALIGN T lanes[6][hn::MaxLanes(d)];
+  for (int k = 0; k < 6; ++k) {
+    hn::Store(s[k], d, lanes[k]);
+  }
+  const std::size_t values = static_cast<std::size_t>(source.values);
+  for (std::size_t j = 0; j < n; ++j) {
+    T* tensor = out + j * values;
+    for (int k = 0; k < 6; ++k) {
+      const int at = source.places.at[k];
+      if (at >= 0) {
+        tensor[at] = lanes[k][j];
+      }
+    }
+    if (matrix) {
+      tensor[3] = tensor[1];
+      tensor[6] = tensor[2];
+      tensor[7] = tensor[5];
+    }
+  }
+}
+
 // Calls work(group, i, n) for the groups of tensors [begin, end): i the first tensor, n the
 // tensors present (all lanes but in the last group, whose missing lanes hold zeros). A kernel
 // marks its work always_inline, so that the group stays in registers.
@@ -158,9 +246,34 @@ HWY_INLINE void forEachGroup(D d, const TensorSource<hn::TFromD<D>>& source, std
   work(loadGroup(d, copy, buffer, source.dense), i, n);
 }
 
+#if HWY_TARGET != HWY_SCALAR
+// Writes nine result vectors (a 3 x 3 table per lane, entry k in results[k]) to out, nine numbers
+// per lane, row-major: the inverse of the tables' two three-way loads (utf_BatchTransform.cpp).
+// Each column (entries c, 3 + c, 6 + c) interleaved into a buffer holds, read back as three
+// vectors, that column's entries lane after lane; interleaving the three columns of each third of
+// the lanes gives the rows in place.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void storeNine(D d, const V* results, hn::TFromD<D>* out) {
+  using T = hn::TFromD<D>;
+  const std::size_t lanes = hn::Lanes(d);
+  HWY_ALIGN T buffer[3 * hn::MaxLanes(d)];
+  V column[3][3];
+  for (int c = 0; c < 3; ++c) {
+    hn::StoreInterleaved3(results[c], results[3 + c], results[6 + c], d, buffer);
+    for (int r = 0; r < 3; ++r) {
+      column[c][r] = hn::Load(d, buffer + static_cast<std::size_t>(r) * lanes);
+    }
+  }
+  for (int r = 0; r < 3; ++r) {
+    hn::StoreInterleaved3(column[0][r], column[1][r], column[2][r], d,
+                          out + static_cast<std::size_t>(r) * 3 * lanes);
+  }
+}
+#endif
+
 // Writes `count` result vectors of a group to out (count numbers per tensor, one tensor after
-// another), for the n tensors present: three and four by vector stores that interleave, the
-// others, and a short group, through a buffer.
+// another), for the n tensors present: three, four and nine by vector stores that interleave,
+// the others, and a short group, through a buffer.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE void storeResults(D d, const V* results, int count, hn::TFromD<D>* out, std::size_t n) {
   using T = hn::TFromD<D>;
@@ -176,6 +289,9 @@ HWY_INLINE void storeResults(D d, const V* results, int count, hn::TFromD<D>* ou
       return;
     case 4:
       hn::StoreInterleaved4(results[0], results[1], results[2], results[3], d, out);
+      return;
+    case 9:
+      storeNine(d, results, out);
       return;
 #endif
     default:

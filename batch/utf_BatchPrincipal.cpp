@@ -39,10 +39,10 @@ HWY_INLINE void principalGroup(D d, Principal what, bool full, const Group<V>& g
                                const Outputs<hn::TFromD<D>>& out, std::size_t i, std::size_t n) {
   using T = hn::TFromD<D>;
   const Sym<V> s{g.c[0], g.c[1], g.c[2], g.c[3], g.c[4], g.c[5]};
-  const auto bad = notFinite(d, s);
   V scale, unscale;
   powerOfTwoScale(d, largestMagnitude(s), scale, unscale);
   const Sym<V> b = scaledBy(s, scale);
+  const auto bad = notFinite(d, b);
   const V nan = hn::Set(d, std::numeric_limits<T>::quiet_NaN());
   const auto finite = [&](V v) { return hn::IfThenElse(bad, nan, v); };
   const auto store = [&](const V* results, int count, T* to) {

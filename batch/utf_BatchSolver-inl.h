@@ -37,16 +37,19 @@ struct Vec3 {
   V x, y, z;
 };
 
+// The solver is the engine's own algorithm, bound to its error bound and not to another code's
+// bits: its products and sums are fused (MulAdd, MulSub) wherever the target has a fused
+// multiply-add, which rounds once where two operations round twice.
+
 template <class V>
 HWY_INLINE Vec3<V> cross(const Vec3<V>& a, const Vec3<V>& b) {
-  return {hn::Sub(hn::Mul(a.y, b.z), hn::Mul(a.z, b.y)),
-          hn::Sub(hn::Mul(a.z, b.x), hn::Mul(a.x, b.z)),
-          hn::Sub(hn::Mul(a.x, b.y), hn::Mul(a.y, b.x))};
+  return {hn::MulSub(a.y, b.z, hn::Mul(a.z, b.y)), hn::MulSub(a.z, b.x, hn::Mul(a.x, b.z)),
+          hn::MulSub(a.x, b.y, hn::Mul(a.y, b.x))};
 }
 
 template <class V>
 HWY_INLINE V dot(const Vec3<V>& a, const Vec3<V>& b) {
-  return hn::Add(hn::Add(hn::Mul(a.x, b.x), hn::Mul(a.y, b.y)), hn::Mul(a.z, b.z));
+  return hn::MulAdd(a.z, b.z, hn::MulAdd(a.y, b.y, hn::Mul(a.x, b.x)));
 }
 
 template <class V>
@@ -143,13 +146,15 @@ HWY_INLINE Sym<V> scaledBy(const Sym<V>& s, V f) {
           hn::Mul(s.a12, f), hn::Mul(s.a13, f), hn::Mul(s.a23, f)};
 }
 
-// True in the lanes whose tensor has a NaN or infinite component (x - x is NaN exactly then).
+// True in the lanes whose tensor has a NaN or infinite component, from the tensor scaled by
+// powerOfTwoScale: a finite tensor's scaled components are below 4 in magnitude, so their sum is
+// finite, while a NaN or an infinity (which the scale keeps) makes it NaN or infinite.
 template <class D, class V = hn::Vec<D>>
-HWY_INLINE hn::Mask<D> notFinite(D, const Sym<V>& s) {
-  const V sum = hn::Add(hn::Add(hn::Add(hn::Sub(s.a11, s.a11), hn::Sub(s.a22, s.a22)),
-                                hn::Add(hn::Sub(s.a33, s.a33), hn::Sub(s.a12, s.a12))),
-                        hn::Add(hn::Sub(s.a13, s.a13), hn::Sub(s.a23, s.a23)));
-  return hn::IsNaN(sum);
+HWY_INLINE hn::Mask<D> notFinite(D, const Sym<V>& scaledTensor) {
+  const Sym<V>& b = scaledTensor;
+  const V sum =
+      hn::Add(hn::Add(hn::Add(b.a11, b.a22), hn::Add(b.a33, b.a12)), hn::Add(b.a13, b.a23));
+  return hn::Not(hn::IsFinite(sum));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -180,37 +185,40 @@ HWY_INLINE Spectrum<V> spectrumOf(D d, const Sym<V>& b) {
   // mean's rounding does not reach J2 or the discriminant's first coordinates.
   const V x12 = hn::Sub(b.a11, b.a22), x23 = hn::Sub(b.a22, b.a33), x31 = hn::Sub(b.a33, b.a11);
   const V s12 = hn::Mul(b.a12, b.a12), s13 = hn::Mul(b.a13, b.a13), s23 = hn::Mul(b.a23, b.a23);
-  const V direct = hn::Add(hn::Add(hn::Mul(x12, x12), hn::Mul(x23, x23)), hn::Mul(x31, x31));
-  const V j2 = hn::Add(hn::Mul(direct, hn::Set(d, T(1) / T(6))), hn::Add(hn::Add(s12, s13), s23));
+  const V direct = hn::MulAdd(x31, x31, hn::MulAdd(x23, x23, hn::Mul(x12, x12)));
+  const V j2 = hn::MulAdd(direct, hn::Set(d, T(1) / T(6)), hn::Add(hn::Add(s12, s13), s23));
 
   // J3 = det s.
-  const V minor1 = hn::Sub(hn::Mul(d2, d3), s23);
-  const V minor2 = hn::Sub(hn::Mul(b.a12, d3), hn::Mul(b.a23, b.a13));
-  const V minor3 = hn::Sub(hn::Mul(b.a12, b.a23), hn::Mul(d2, b.a13));
-  const V j3 =
-      hn::Add(hn::Sub(hn::Mul(d1, minor1), hn::Mul(b.a12, minor2)), hn::Mul(b.a13, minor3));
+  const V minor1 = hn::MulSub(d2, d3, s23);
+  const V minor2 = hn::MulSub(b.a12, d3, hn::Mul(b.a23, b.a13));
+  const V minor3 = hn::MulSub(b.a12, b.a23, hn::Mul(d2, b.a13));
+  const V j3 = hn::MulAdd(b.a13, minor3, hn::MulSub(d1, minor1, hn::Mul(b.a12, minor2)));
 
   // s s.
-  const V q11 = hn::Add(hn::Add(hn::Mul(d1, d1), s12), s13);
-  const V q22 = hn::Add(hn::Add(hn::Mul(d2, d2), s12), s23);
-  const V q33 = hn::Add(hn::Add(hn::Mul(d3, d3), s13), s23);
-  const V q12 = hn::Add(hn::Mul(hn::Add(d1, d2), b.a12), hn::Mul(b.a13, b.a23));
-  const V q13 = hn::Add(hn::Mul(hn::Add(d1, d3), b.a13), hn::Mul(b.a12, b.a23));
-  const V q23 = hn::Add(hn::Mul(hn::Add(d2, d3), b.a23), hn::Mul(b.a12, b.a13));
+  const V q11 = hn::MulAdd(d1, d1, hn::Add(s12, s13));
+  const V q22 = hn::MulAdd(d2, d2, hn::Add(s12, s23));
+  const V q33 = hn::MulAdd(d3, d3, hn::Add(s13, s23));
+  const V q12 = hn::MulAdd(hn::Add(d1, d2), b.a12, hn::Mul(b.a13, b.a23));
+  const V q13 = hn::MulAdd(hn::Add(d1, d3), b.a13, hn::Mul(b.a12, b.a23));
+  const V q23 = hn::MulAdd(hn::Add(d2, d3), b.a23, hn::Mul(b.a12, b.a13));
 
   const V a[5] = {x12, hn::Sub(x23, x31), b.a12, b.a13, b.a23};
   const V q[5] = {hn::Sub(q11, q22), hn::Add(hn::Sub(q11, q33), hn::Sub(q22, q33)), q12, q13, q23};
-  const auto minor = [&a, &q](int i, int j) {
-    const V m = hn::Sub(hn::Mul(a[i], q[j]), hn::Mul(a[j], q[i]));
-    return hn::Mul(m, m);
+  const auto minor = [&a, &q](int i, int j) { return hn::MulSub(a[i], q[j], hn::Mul(a[j], q[i])); };
+  // acc + m^2 for the minor m of (i, j).
+  const auto plusSquare = [&minor](V acc, int i, int j) {
+    const V m = minor(i, j);
+    return hn::MulAdd(m, m, acc);
   };
   // Pair weights: (1,2) 3/12; (1,k) 3 * 1; (2,k) 3 / 3; (k,l) 3 * 4 (k, l the shears).
-  const V withFirst = hn::Add(hn::Add(minor(0, 2), minor(0, 3)), minor(0, 4));
-  const V withSecond = hn::Add(hn::Add(minor(1, 2), minor(1, 3)), minor(1, 4));
-  const V shears = hn::Add(hn::Add(minor(2, 3), minor(2, 4)), minor(3, 4));
-  const V delta = hn::Add(
-      hn::Add(hn::Mul(minor(0, 1), hn::Set(d, T(0.25))), hn::Mul(withFirst, hn::Set(d, T(3)))),
-      hn::Add(withSecond, hn::Mul(shears, hn::Set(d, T(12)))));
+  const V zero = hn::Zero(d);
+  const V withFirst = plusSquare(plusSquare(plusSquare(zero, 0, 2), 0, 3), 0, 4);
+  const V withSecond = plusSquare(plusSquare(plusSquare(zero, 1, 2), 1, 3), 1, 4);
+  const V shears = plusSquare(plusSquare(plusSquare(zero, 2, 3), 2, 4), 3, 4);
+  const V first = minor(0, 1);
+  const V delta = hn::MulAdd(
+      hn::Mul(first, first), hn::Set(d, T(0.25)),
+      hn::MulAdd(withFirst, hn::Set(d, T(3)), hn::MulAdd(shears, hn::Set(d, T(12)), withSecond)));
 
   // 3 phi = atan2(y, x), y = sqrt(Delta) >= 0, by the arctangent of the smaller over the larger
   // magnitude (in [0, 1]) and the octant; y = x = 0 (J2 = 0) gives 0.
@@ -219,7 +227,6 @@ HWY_INLINE Spectrum<V> spectrumOf(D d, const Sym<V>& b) {
   const V ax = hn::Abs(x);
   const V larger = hn::Max(ax, y);
   const V smaller = hn::Min(ax, y);
-  const V zero = hn::Zero(d);
   const V safe = hn::IfThenElse(hn::Eq(larger, zero), hn::Set(d, T(1)), larger);
   V angle = atanOfUnitRange(d, hn::Div(smaller, safe));
   angle = hn::IfThenElse(hn::Gt(y, ax), hn::Sub(hn::Set(d, T(1.5707963267948966)), angle), angle);
@@ -256,13 +263,17 @@ HWY_INLINE void valuesOf(D d, const Sym<V>& b, const Spectrum<V>& s, V& l1, V& l
   const V rc = hn::Mul(rho, cosine);
   const V rs = hn::Mul(hn::Mul(rho, hn::Set(d, T(1.7320508075688772))), sine);
   const V base = hn::Sub(s.p, rc);
-  l1 = hn::Add(s.p, hn::Add(rc, rc));
+  l1 = hn::MulAdd(rc, hn::Set(d, T(2)), s.p);
   l2 = hn::Add(base, rs);
   l3 = hn::Sub(base, rs);
   sortDescending(l1, l2, l3);
   const V zero = hn::Zero(d);
   const auto shearFree =
       hn::And(hn::And(hn::Eq(b.a12, zero), hn::Eq(b.a13, zero)), hn::Eq(b.a23, zero));
+  if (hn::AllFalse(d, shearFree)) {
+    // No lane takes the diagonal (skipping it changes no lane's result).
+    return;
+  }
   V d1 = b.a11, d2 = b.a22, d3 = b.a33;
   sortDescending(d1, d2, d3);
   l1 = hn::IfThenElse(shearFree, d1, l1);
@@ -341,9 +352,9 @@ HWY_INLINE Vec3<V> directionOrthogonalTo(D d, const Sym<V>& b, V l, const Vec3<V
 
   const V c11 = hn::Sub(b.a11, l), c22 = hn::Sub(b.a22, l), c33 = hn::Sub(b.a33, l);
   const auto apply = [&](const Vec3<V>& x) {
-    return Vec3<V>{hn::Add(hn::Add(hn::Mul(c11, x.x), hn::Mul(b.a12, x.y)), hn::Mul(b.a13, x.z)),
-                   hn::Add(hn::Add(hn::Mul(b.a12, x.x), hn::Mul(c22, x.y)), hn::Mul(b.a23, x.z)),
-                   hn::Add(hn::Add(hn::Mul(b.a13, x.x), hn::Mul(b.a23, x.y)), hn::Mul(c33, x.z))};
+    return Vec3<V>{hn::MulAdd(b.a13, x.z, hn::MulAdd(b.a12, x.y, hn::Mul(c11, x.x))),
+                   hn::MulAdd(b.a23, x.z, hn::MulAdd(c22, x.y, hn::Mul(b.a12, x.x))),
+                   hn::MulAdd(c33, x.z, hn::MulAdd(b.a23, x.y, hn::Mul(b.a13, x.x)))};
   };
   const Vec3<V> bu = apply(u), bw = apply(w);
   V m00 = dot(u, bu), m01 = dot(u, bw), m11 = dot(w, bw);
@@ -353,8 +364,8 @@ HWY_INLINE Vec3<V> directionOrthogonalTo(D d, const Sym<V>& b, V l, const Vec3<V
   m00 = hn::Mul(m00, scale);
   m01 = hn::Mul(m01, scale);
   m11 = hn::Mul(m11, scale);
-  const V n0 = hn::Add(hn::Mul(m00, m00), hn::Mul(m01, m01));
-  const V n1 = hn::Add(hn::Mul(m01, m01), hn::Mul(m11, m11));
+  const V n0 = hn::MulAdd(m00, m00, hn::Mul(m01, m01));
+  const V n1 = hn::MulAdd(m11, m11, hn::Mul(m01, m01));
   const auto firstRow = hn::Ge(n0, n1);
   // The null vector of a row (p, q) is (-q, p).
   V cu = hn::IfThenElse(firstRow, hn::Neg(m01), hn::Neg(m11));
@@ -365,8 +376,8 @@ HWY_INLINE Vec3<V> directionOrthogonalTo(D d, const Sym<V>& b, V l, const Vec3<V
       hn::Div(hn::Set(d, T(1)), hn::Sqrt(hn::IfThenElse(none, hn::Set(d, T(1)), length2)));
   cu = hn::IfThenElse(none, hn::Set(d, T(1)), hn::Mul(cu, inverse));
   cw = hn::IfThenElseZero(hn::Not(none), hn::Mul(cw, inverse));
-  return {hn::Add(hn::Mul(cu, u.x), hn::Mul(cw, w.x)), hn::Add(hn::Mul(cu, u.y), hn::Mul(cw, w.y)),
-          hn::Add(hn::Mul(cu, u.z), hn::Mul(cw, w.z))};
+  return {hn::MulAdd(cw, w.x, hn::Mul(cu, u.x)), hn::MulAdd(cw, w.y, hn::Mul(cu, u.y)),
+          hn::MulAdd(cw, w.z, hn::Mul(cu, u.z))};
 }
 
 // The sign rule: the component of largest magnitude (the first of equal ones) made positive.
@@ -390,13 +401,12 @@ HWY_INLINE void orthonormalFrame(D d, Vec3<V>& v1, Vec3<V>& v2, Vec3<V>& v3) {
   using T = hn::TFromD<D>;
   const V threeHalves = hn::Set(d, T(1.5)), half = hn::Set(d, T(0.5));
   const auto renormalised = [&](const Vec3<V>& v) {
-    return scaled(v, hn::Sub(threeHalves, hn::Mul(half, dot(v, v))));
+    return scaled(v, hn::NegMulAdd(half, dot(v, v), threeHalves));
   };
   v1 = renormalised(v1);
   const V along = dot(v1, v2);
-  v2 =
-      renormalised(Vec3<V>{hn::Sub(v2.x, hn::Mul(along, v1.x)), hn::Sub(v2.y, hn::Mul(along, v1.y)),
-                           hn::Sub(v2.z, hn::Mul(along, v1.z))});
+  v2 = renormalised(Vec3<V>{hn::NegMulAdd(along, v1.x, v2.x), hn::NegMulAdd(along, v1.y, v2.y),
+                            hn::NegMulAdd(along, v1.z, v2.z)});
   v3 = renormalised(cross(v1, v2));
 }
 

@@ -41,6 +41,26 @@ HWY_INLINE Table<V> loadTables(D d, const hn::TFromD<D>* tables, bool perItem, s
     }
     return t;
   }
+  if (n == hn::Lanes(d)) {
+    // A table is three rows of three, so the group's tables are 3 L rows one after another. Three
+    // three-way loads give, for each column c, the entries (a_0c, a_1c, a_2c) of item after item;
+    // stored to a buffer and loaded three-way again, each column splits into its three rows.
+    const std::size_t lanes = hn::Lanes(d);
+    const T* p = tables + i * 9;
+    V column[3][3];
+    for (int r = 0; r < 3; ++r) {
+      hn::LoadInterleaved3(d, p + static_cast<std::size_t>(r) * 3 * lanes, column[0][r],
+                           column[1][r], column[2][r]);
+    }
+    HWY_ALIGN T buffer[3 * hn::MaxLanes(d)];
+    for (int c = 0; c < 3; ++c) {
+      for (int r = 0; r < 3; ++r) {
+        hn::Store(column[c][r], d, buffer + static_cast<std::size_t>(r) * lanes);
+      }
+      hn::LoadInterleaved3(d, buffer, t.a[c], t.a[3 + c], t.a[6 + c]);
+    }
+    return t;
+  }
   HWY_ALIGN T lanes[9][hn::MaxLanes(d)] = {};
   for (std::size_t j = 0; j < n; ++j) {
     const T* table = tables + (i + j) * 9;
@@ -155,32 +175,6 @@ HWY_INLINE void rotateGroup(D d, res_DataTypeEnm layout, const Table<V>& c, bool
   }
 }
 
-// Writes the group's n tensors to out (values per tensor) in the source's layout and order.
-template <class D, class V = hn::Vec<D>>
-HWY_INLINE void storeTensors(D d, const TensorSource<hn::TFromD<D>>& source, bool matrix,
-                             const V* s, hn::TFromD<D>* out, std::size_t n) {
-  using T = hn::TFromD<D>;
-  HWY_ALIGN T lanes[6][hn::MaxLanes(d)];
-  for (int k = 0; k < 6; ++k) {
-    hn::Store(s[k], d, lanes[k]);
-  }
-  const std::size_t values = static_cast<std::size_t>(source.values);
-  for (std::size_t j = 0; j < n; ++j) {
-    T* tensor = out + j * values;
-    for (int k = 0; k < 6; ++k) {
-      const int at = source.places.at[k];
-      if (at >= 0) {
-        tensor[at] = lanes[k][j];
-      }
-    }
-    if (matrix) {
-      tensor[3] = tensor[1];
-      tensor[6] = tensor[2];
-      tensor[7] = tensor[5];
-    }
-  }
-}
-
 template <typename T>
 HWY_INLINE void tensorRange(bool back, res_DataTypeEnm layout, bool matrix,
                             const TensorSource<T>& source, const T* tables, bool perItem,
@@ -194,7 +188,7 @@ HWY_INLINE void tensorRange(bool back, res_DataTypeEnm layout, bool matrix,
         const Table<V> c = oriented(loadTables(d, tables, perItem, i, n), back);
         V s[6] = {group.c[0], group.c[1], group.c[2], group.c[3], group.c[4], group.c[5]};
         rotateGroup(d, layout, c, source.engineeringShear, s);
-        storeTensors(d, source, matrix, s, out + i * values, n);
+        storeGroup(d, source, matrix, s, out + i * values, n);
       });
 }
 

@@ -7,11 +7,7 @@
 
 #include "utf.h"
 
-#include <gtest/gtest.h>
-
 #include <initializer_list>
-#include <string>
-#include <type_traits>
 #include <vector>
 
 // The five tensor layouts, in the order of their data types.
@@ -120,29 +116,5 @@ template <typename T>
 std::vector<T> componentsOf(const utf_EngineeringData<T>& value) {
   return std::vector<T>(value.data(), value.data() + value.size());
 }
-
-// One precision and one layout: the parameter of the suites that run over both precisions and
-// every layout, each combination a test of its own (float_full, ..., double_surface2d).
-template <typename Precision, res_DataTypeEnm Layout>
-struct LayoutCase {
-  using T = Precision;
-  static constexpr res_DataTypeEnm type = Layout;
-};
-
-using utf_LayoutCases = ::testing::Types<
-    LayoutCase<float, res_Tensor3dFull>, LayoutCase<float, res_Tensor3dPlanar>,
-    LayoutCase<float, res_Tensor3dSurface>, LayoutCase<float, res_Tensor2dPlanar>,
-    LayoutCase<float, res_Tensor2dSurface>, LayoutCase<double, res_Tensor3dFull>,
-    LayoutCase<double, res_Tensor3dPlanar>, LayoutCase<double, res_Tensor3dSurface>,
-    LayoutCase<double, res_Tensor2dPlanar>, LayoutCase<double, res_Tensor2dSurface>>;
-
-// Names the layout cases: TYPED_TEST_SUITE(Fixture, utf_LayoutCases, utf_LayoutCaseNames).
-struct utf_LayoutCaseNames {
-  template <typename Case>
-  static std::string GetName(int) {
-    return std::string(std::is_same<typename Case::T, float>::value ? "float_" : "double_") +
-           layoutName(Case::type);
-  }
-};
 
 #endif

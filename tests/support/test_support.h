@@ -3,8 +3,8 @@
 
 // tests/support: the test kit that every test program shares, so that each helper exists once.
 //
-//   layouts.h                the five tensor layouts, their slots, tensors built from components,
-//                            and the (precision, layout) cases of the suites that run over both
+//   layouts.h                the five tensor layouts, their slots, tensors built from components
+//                            (this header: the typed-suite cases over precisions and layouts)
 //   random_values.h          fixed-seed components, unit quaternions, in-plane rotations
 //   long_double_reference.h  independent long-double references: tables by turning the axes,
 //                            tensors as matrices, A S A^T and A^T S A, Jacobi eigenvalues
@@ -27,6 +27,30 @@
 
 #include <string>
 #include <type_traits>
+
+// One precision and one layout: the parameter of the suites that run over both precisions and
+// every layout, each combination a test of its own (float_full, ..., double_surface2d).
+template <typename Precision, res_DataTypeEnm Layout>
+struct LayoutCase {
+  using T = Precision;
+  static constexpr res_DataTypeEnm type = Layout;
+};
+
+using utf_LayoutCases = ::testing::Types<
+    LayoutCase<float, res_Tensor3dFull>, LayoutCase<float, res_Tensor3dPlanar>,
+    LayoutCase<float, res_Tensor3dSurface>, LayoutCase<float, res_Tensor2dPlanar>,
+    LayoutCase<float, res_Tensor2dSurface>, LayoutCase<double, res_Tensor3dFull>,
+    LayoutCase<double, res_Tensor3dPlanar>, LayoutCase<double, res_Tensor3dSurface>,
+    LayoutCase<double, res_Tensor2dPlanar>, LayoutCase<double, res_Tensor2dSurface>>;
+
+// Names the layout cases: TYPED_TEST_SUITE(Fixture, utf_LayoutCases, utf_LayoutCaseNames).
+struct utf_LayoutCaseNames {
+  template <typename Case>
+  static std::string GetName(int) {
+    return std::string(std::is_same<typename Case::T, float>::value ? "float_" : "double_") +
+           layoutName(Case::type);
+  }
+};
 
 // The two instantiations of every value type.
 using utf_Precisions = ::testing::Types<float, double>;
