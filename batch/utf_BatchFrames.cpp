@@ -102,6 +102,34 @@ std::size_t countUndefined(std::size_t count, Table&& table) {
   return undefined.load();
 }
 
+// The frames of points about an axis through `from` (a cylinder's origin, a sphere's centre):
+// for each point, its offset d from `from` in double, the part of d normal to the unit axis and
+// d's length. A point whose normal part is not longer than kOnAxis times its distance gets NaN
+// components; any other gets rows(axis, d, normal part, distance, table). Returns how many were
+// undefined.
+template <typename T, typename Rows>
+std::size_t framesAboutAxis(const T* points, std::size_t count, const double from[3],
+                            const double axis[3], T* tables, Rows&& rows) {
+  const Axis a = unitAxis(axis);
+  utf_batch::requireArray(count, points);
+  utf_batch::requireArray(count, tables);
+  return countUndefined(count, [&](std::size_t i) {
+    T* table = tables + 9 * i;
+    double d[3];
+    for (int k = 0; k < 3; ++k) {
+      d[k] = static_cast<double>(points[3 * i + static_cast<std::size_t>(k)]) - from[k];
+    }
+    double normal[3], normalLength, distance;
+    normalPart(d, a.a, normal, normalLength, distance);
+    if (!(normalLength > kOnAxis * distance)) {
+      writeUndefined(table);
+      return false;
+    }
+    rows(a, d, normal, distance, table);
+    return true;
+  });
+}
+
 } // namespace
 
 template <typename T>
@@ -137,60 +165,34 @@ void utf_batchTablesFrom2dRotations(const T* rotations, std::size_t count, T* ta
 template <typename T>
 std::size_t utf_batchCylindricalTables(const T* points, std::size_t count, const double origin[3],
                                        const double axis[3], T* tables) {
-  const Axis a = unitAxis(axis);
-  utf_batch::requireArray(count, points);
-  utf_batch::requireArray(count, tables);
-  return countUndefined(count, [&](std::size_t i) {
-    T* table = tables + 9 * i;
-    double d[3];
-    for (int k = 0; k < 3; ++k) {
-      d[k] = static_cast<double>(points[3 * i + static_cast<std::size_t>(k)]) - origin[k];
-    }
-    double radial[3], radialLength, distance;
-    normalPart(d, a.a, radial, radialLength, distance);
-    if (!(radialLength > kOnAxis * distance)) {
-      writeUndefined(table);
-      return false;
-    }
-    orthonormalTo(radial, a.a);
-    // Tangential = axial x radial: (radial, tangential, axial) is right-handed.
-    double tangential[3];
-    crossProduct(a.a, radial, tangential);
-    writeRows(table, radial, tangential, a.a);
-    return true;
-  });
+  return framesAboutAxis(points, count, origin, axis, tables,
+                         [](const Axis& a, const double*, double* radial, double, T* table) {
+                           orthonormalTo(radial, a.a);
+                           // Tangential = axial x radial: (radial, tangential, axial) is
+                           // right-handed.
+                           double tangential[3];
+                           crossProduct(a.a, radial, tangential);
+                           writeRows(table, radial, tangential, a.a);
+                         });
 }
 
 template <typename T>
 std::size_t utf_batchSphericalTables(const T* points, std::size_t count, const double centre[3],
                                      const double axis[3], T* tables) {
-  const Axis a = unitAxis(axis);
-  utf_batch::requireArray(count, points);
-  utf_batch::requireArray(count, tables);
-  return countUndefined(count, [&](std::size_t i) {
-    T* table = tables + 9 * i;
-    double d[3];
-    for (int k = 0; k < 3; ++k) {
-      d[k] = static_cast<double>(points[3 * i + static_cast<std::size_t>(k)]) - centre[k];
-    }
-    double offAxis[3], offAxisLength, distance;
-    normalPart(d, a.a, offAxis, offAxisLength, distance);
-    if (!(offAxisLength > kOnAxis * distance)) {
-      writeUndefined(table);
-      return false;
-    }
-    // e_r from the centre; e_phi = axis x e_r made unit (its length is the sine of the polar
-    // angle, which the test above keeps away from 0); e_theta = e_phi x e_r.
-    double radial[3], azimuthal[3], meridional[3];
-    for (int k = 0; k < 3; ++k) {
-      radial[k] = d[k] / distance;
-    }
-    crossProduct(a.a, radial, azimuthal);
-    orthonormalTo(azimuthal, radial);
-    crossProduct(azimuthal, radial, meridional);
-    writeRows(table, radial, meridional, azimuthal);
-    return true;
-  });
+  return framesAboutAxis(points, count, centre, axis, tables,
+                         [](const Axis& a, const double* d, double*, double distance, T* table) {
+                           // e_r from the centre; e_phi = axis x e_r made unit (its length is the
+                           // sine of the polar angle, which the test on the off-axis part keeps
+                           // away from 0); e_theta = e_phi x e_r.
+                           double radial[3], azimuthal[3], meridional[3];
+                           for (int k = 0; k < 3; ++k) {
+                             radial[k] = d[k] / distance;
+                           }
+                           crossProduct(a.a, radial, azimuthal);
+                           orthonormalTo(azimuthal, radial);
+                           crossProduct(azimuthal, radial, meridional);
+                           writeRows(table, radial, meridional, azimuthal);
+                         });
 }
 
 template UTF_BATCH_EXPORT void utf_batchTablesFromQuaternions(const float*, std::size_t, float*);

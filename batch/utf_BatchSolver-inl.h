@@ -339,15 +339,17 @@ template <class D, class V = hn::Vec<D>>
 HWY_INLINE Vec3<V> directionOrthogonalTo(D d, const Sym<V>& b, V l, const Vec3<V>& v) {
   using T = hn::TFromD<D>;
   const V zero = hn::Zero(d);
-  // An orthonormal basis (u, w) of the plane, w = v x u: u = (-v2, v1, 0) unless v lies mostly
-  // along e3, then (0, -v3, v2); either is at least 1/sqrt(3) long before it is normalised. For
-  // v = e1 it gives u = e2 and w = e3, so that a tensor with one repeated value (zero, isotropic)
-  // gets the global axes.
+  const V one = hn::Set(d, T(1));
+  // An orthogonal basis (u, w) of the plane with |u| = |w|, w = v x u: u = (-v2, v1, 0) unless v
+  // lies mostly along e3, then (0, -v3, v2); |u|^2 is in [1/3, 1]. The null vector in this basis
+  // does not depend on the basis's common length, so u is left as it is and the one
+  // normalisation at the end divides by it too. For v = e1 the basis is (e2, e3), so that a
+  // tensor with one repeated value (zero, isotropic) gets the global axes.
   const auto alongThird = hn::Gt(hn::Abs(v.z), hn::Max(hn::Abs(v.x), hn::Abs(v.y)));
   const Vec3<V> uxy{hn::Neg(v.y), v.x, zero};
   const Vec3<V> uyz{zero, hn::Neg(v.z), v.y};
-  const Vec3<V> uRaw = select(d, alongThird, uyz, uxy);
-  const Vec3<V> u = unitOr1(d, uRaw, dot(uRaw, uRaw));
+  const Vec3<V> u = select(d, alongThird, uyz, uxy);
+  const V u2 = dot(u, u);
   const Vec3<V> w = cross(v, u);
 
   const V c11 = hn::Sub(b.a11, l), c22 = hn::Sub(b.a22, l), c33 = hn::Sub(b.a33, l);
@@ -367,17 +369,16 @@ HWY_INLINE Vec3<V> directionOrthogonalTo(D d, const Sym<V>& b, V l, const Vec3<V
   const V n0 = hn::MulAdd(m00, m00, hn::Mul(m01, m01));
   const V n1 = hn::MulAdd(m11, m11, hn::Mul(m01, m01));
   const auto firstRow = hn::Ge(n0, n1);
-  // The null vector of a row (p, q) is (-q, p).
-  V cu = hn::IfThenElse(firstRow, hn::Neg(m01), hn::Neg(m11));
-  V cw = hn::IfThenElse(firstRow, m00, m01);
+  // The null vector of a row (p, q) is (-q, p), of squared length n; (1, 0) where both rows
+  // vanish. The direction cu u + cw w has the squared length n |u|^2, in [1/3, 8).
   const V length2 = hn::IfThenElse(firstRow, n0, n1);
   const auto none = hn::Eq(length2, zero);
-  const V inverse =
-      hn::Div(hn::Set(d, T(1)), hn::Sqrt(hn::IfThenElse(none, hn::Set(d, T(1)), length2)));
-  cu = hn::IfThenElse(none, hn::Set(d, T(1)), hn::Mul(cu, inverse));
-  cw = hn::IfThenElseZero(hn::Not(none), hn::Mul(cw, inverse));
-  return {hn::MulAdd(cw, w.x, hn::Mul(cu, u.x)), hn::MulAdd(cw, w.y, hn::Mul(cu, u.y)),
-          hn::MulAdd(cw, w.z, hn::Mul(cu, u.z))};
+  const V cu = hn::IfThenElse(none, one, hn::IfThenElse(firstRow, hn::Neg(m01), hn::Neg(m11)));
+  const V cw = hn::IfThenElseZero(hn::Not(none), hn::IfThenElse(firstRow, m00, m01));
+  const V inverse = hn::Div(one, hn::Sqrt(hn::Mul(hn::IfThenElse(none, one, length2), u2)));
+  return {hn::Mul(hn::MulAdd(cw, w.x, hn::Mul(cu, u.x)), inverse),
+          hn::Mul(hn::MulAdd(cw, w.y, hn::Mul(cu, u.y)), inverse),
+          hn::Mul(hn::MulAdd(cw, w.z, hn::Mul(cu, u.z)), inverse)};
 }
 
 // The sign rule: the component of largest magnitude (the first of equal ones) made positive.
