@@ -6,6 +6,10 @@
 #   ./run.sh test   install what is missing, then configure, build and run the whole test suite
 #                   under the `default` preset and under the `asan` preset (AddressSanitizer and
 #                   UndefinedBehaviorSanitizer)
+#   ./run.sh fuzz [SECONDS]
+#                   install what is missing, then configure and build the `fuzz` preset (clang,
+#                   libFuzzer) and run every fuzz target for SECONDS each (default 30) on a copy
+#                   of its seeds in build/fuzz/corpus; fails, naming the saved input, on a finding
 #   ./run.sh deps   only install what is missing from the platform's packages
 #
 # Missing tools and libraries come from the platform's packages (apt-get install -y), and only
@@ -15,10 +19,10 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 # Debian packages the build needs: compiler and build tools, GoogleTest, Google Benchmark, Eigen
-# (peer benchmarks), CLI11 (command-line tools), Highway (the batch engine's SIMD kernels) and
-# oneTBB (its threads).
+# (peer benchmarks), CLI11 (command-line tools), Highway (the batch engine's SIMD kernels), oneTBB
+# (its threads), and clang with its libFuzzer runtime (the fuzz targets).
 PACKAGES=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev libcli11-dev
-  libhwy-dev libtbb-dev)
+  libhwy-dev libtbb-dev clang libclang-rt-14-dev)
 
 install_missing() {
   local missing=()
@@ -58,13 +62,54 @@ run_tests() {
   cmake --workflow --preset asan
 }
 
+FUZZ_TARGETS=(fuzz_csv fuzz_options)
+
+# Runs one fuzz target for $2 seconds on build/fuzz/corpus/TARGET (the repository's seeds added to
+# what earlier runs kept); a finding is saved under build/fuzz/findings/TARGET/.
+fuzz_target() {
+  local target="$1" seconds="$2"
+  local corpus="build/fuzz/corpus/$target" findings="build/fuzz/findings/$target"
+  mkdir -p "$corpus" "$findings"
+  cp -n "fuzz/corpus/$target/"* "$corpus/"
+  local flags=(-max_total_time="$seconds" -timeout=10 -print_final_stats=1
+    -artifact_prefix="$findings/" -dict="fuzz/$target.dict")
+  # The program's own messages (one per bad option) would flood the log; the fuzzer's reports
+  # and the sanitizers' still come through.
+  if [ "$target" = fuzz_options ]; then
+    flags+=(-close_fd_mask=2)
+  fi
+  echo "run.sh: fuzzing $target for $seconds s"
+  if ! "build/fuzz/bin/$target" "${flags[@]}" "$corpus"; then
+    echo "run.sh: $target: finding; the input is saved in $findings/:" >&2
+    ls -l "$findings" >&2
+    return 1
+  fi
+}
+
+run_fuzz() {
+  local seconds="${1:-30}"
+  if ! [[ "$seconds" =~ ^[1-9][0-9]*$ ]]; then
+    echo "run.sh fuzz: expected SECONDS as a positive whole number, found '$seconds'" >&2
+    exit 2
+  fi
+  install_missing
+  cmake --preset fuzz
+  cmake --build --preset fuzz
+  local failed=0 target
+  for target in "${FUZZ_TARGETS[@]}"; do
+    fuzz_target "$target" "$seconds" || failed=1
+  done
+  return "$failed"
+}
+
 usage() {
-  sed -n '2,12p' "$0" | sed 's/^# \{0,1\}//'
+  sed -n '2,16p' "$0" | sed 's/^# \{0,1\}//'
 }
 
 case "${1:-}" in
   demo) run_demo ;;
   test) run_tests ;;
+  fuzz) run_fuzz "${2:-30}" ;;
   deps) install_missing ;;
   -h | --help | help) usage ;;
   *)
