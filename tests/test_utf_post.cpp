@@ -767,6 +767,51 @@ TEST(BadInput, NumberBeyondTheRangeOfFloat) {
                 "\"1e39\"");
 }
 
+// Finite components whose results are not finite: squares beyond the largest double (Mises
+// and the principal values beyond about 1e154, the third invariant's cubes beyond about 1e102)
+// or float (1e19 and 1e12). Non-finite inputs are bad numbers (above), never reach a formula.
+TEST(BadInput, FiniteComponentsWhoseResultsOverflow) {
+  const std::string message = "input.csv:3: new column ";
+  const std::string because = " (the components are finite but too large for its formula)";
+  const std::string uniaxial = std::string(fullHeader) + "1,1,0,0,0,0,0\n";
+  expectFailure(uniaxial + "2,1e200,0,0,0,0,0\n", {"--outputs", "pressure,mises"},
+                message + "\"mises\": expected a finite result, found inf" + because);
+  expectFailure(uniaxial + "2,1e103,0,0,0,0,0\n", {"--outputs", "inv3"},
+                message + "\"inv3\": expected a finite result, found inf" + because);
+  expectFailure(uniaxial + "2,1e110,0,0,0,0,0\n", {"--outputs", "inv3"},
+                message + "\"inv3\": expected a finite result, found nan" + because);
+  expectFailure(uniaxial + "2,1e155,2e154,0,1e155,0,0\n", {"--outputs", "max-principal"},
+                message + "\"max_principal\": expected a finite result, found inf" + because);
+  expectFailure(uniaxial + "2,1e20,0,0,0,0,0\n", {"--precision", "float"},
+                message + "\"mises\": expected a finite result, found inf" + because);
+  expectFailure(uniaxial + "2,1e14,0,0,0,0,0\n",
+                {"--precision", "float", "--outputs", "mises,inv3"},
+                message + "\"inv3\": expected a finite result, found nan" + because);
+  // The columns of a rotated tensor: the first one that is not finite is named.
+  expectFailure(uniaxial + "2,1e200,-1e200,0,0,0,0\n",
+                {"--rotate-angles", "0,0,30", "--outputs", "components,mises"},
+                message + "\"mises\": expected a finite result, found inf" + because);
+}
+
+TEST(Outputs, LargeFiniteComponentsJustBelowTheOverflow) {
+  // The uniaxial row sigma: Mises and the largest principal value sigma, inv3 sigma.
+  const auto valueOf = [](const std::string& sigma, std::vector<std::string> arguments,
+                          const std::string& column) {
+    FolderRun r;
+    runOnFile(r, std::string(fullHeader) + "1," + sigma + ",0,0,0,0,0\n", arguments);
+    EXPECT_EQ(r.run.status, 0) << r.run.err;
+    return r.run.status == 0 ? valueAt(r.table, 0, column) : std::nan("");
+  };
+  expectClose(valueOf("1e150", {"--outputs", "mises"}, "mises"), 1e150, 1e-15, 0, "mises");
+  expectClose(valueOf("1e150", {"--outputs", "max-principal"}, "max_principal"), 1e150, 1e-15, 0,
+              "max");
+  expectClose(valueOf("1e100", {"--outputs", "inv3"}, "inv3"), 1e100, 1e-13, 0, "inv3");
+  expectClose(valueOf("1e19", {"--precision", "float", "--outputs", "mises"}, "mises"), 1e19, 1e-6,
+              0, "float mises");
+  expectClose(valueOf("1e12", {"--precision", "float", "--outputs", "inv3"}, "inv3"), 1e12, 1e-6, 0,
+              "float inv3");
+}
+
 TEST(BadInput, UnknownColumn) {
   expectFailure(std::string(fullHeader) + "1,100,0,0,0,0,0\n",
                 {"--columns", "S11,S22,S33,S12,S13,S99"},
@@ -1011,6 +1056,20 @@ TEST(SkipBadRows, WarningsAreCapped) {
             "utf-post: more bad rows skipped; only their count is reported\n"
             "utf-post: 5 bad rows skipped of 10\n");
   EXPECT_EQ(r.table.size(), 6u);
+}
+
+TEST(SkipBadRows, RowsWhoseResultsOverflowAreSkippedLikeBadRows) {
+  FolderRun r;
+  runOnFile(r, std::string(fullHeader) + "1,1,0,0,0,0,0\n2,1e200,0,0,0,0,0\n3,3,0,0,0,0,0\n",
+            {"--skip-bad-rows", "--outputs", "mises"});
+  EXPECT_EQ(r.run.status, 0);
+  EXPECT_EQ(r.run.err, "utf-post: input.csv:3: new column \"mises\": expected a finite result, "
+                       "found inf (the components are finite but too large for its formula) (row "
+                       "skipped)\n"
+                       "utf-post: 1 bad row skipped of 3\n");
+  ASSERT_EQ(r.table.size(), 3u);
+  EXPECT_EQ(r.table[1].back(), "1");
+  EXPECT_EQ(r.table[2].back(), "3");
 }
 
 TEST(SkipBadRows, NoBadRowsGivesACountOfZero) {

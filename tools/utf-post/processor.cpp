@@ -8,6 +8,7 @@
 #include "utf_Quat3dBase.h"
 #include "utf_Tensor.h"
 
+#include <cmath>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -83,6 +84,8 @@ private:
   bool processRow(const CsvRecord& record, std::string& problem);
   // The tensor's values on the new axes into m_values.
   void computeValues(T* components);
+  // False with the problem when a value in m_values is infinite or NaN.
+  bool checkFinite(std::string& problem) const;
   void writeRow(const CsvRecord& record);
   void copyLine(const CsvRecord& record);
   void badRow(const CsvRecord& record, const std::string& problem);
@@ -247,6 +250,9 @@ bool TableRun<T>::processRow(const CsvRecord& record, std::string& problem) {
     return false;
   }
   computeValues(components);
+  if (!checkFinite(problem)) {
+    return false;
+  }
   if (m_observer != nullptr) {
     for (std::size_t i = 0; i < m_values.size(); ++i) {
       m_wideValues[i] = static_cast<double>(m_values[i]);
@@ -333,6 +339,25 @@ void TableRun<T>::computeValues(T* components) {
       break;
     }
   }
+}
+
+// Every input of a row is finite (readNumber refuses the others), so an infinite or NaN value
+// here comes from the formulas themselves: squares, products or cubes of components that are
+// finite but too large for the precision (beyond about 1e154 in double for Mises, 1e102 for the
+// third invariant). Written out, it would pass for a result; it makes the row a bad row instead.
+template <typename T>
+bool TableRun<T>::checkFinite(std::string& problem) const {
+  for (std::size_t i = 0; i < m_values.size(); ++i) {
+    const T value = m_values[i];
+    if (std::isfinite(value)) {
+      continue;
+    }
+    const char* const found = std::isnan(value) ? "nan" : value > T(0) ? "inf" : "-inf";
+    problem = "new column " + quotedField(m_newColumns[i]) + ": expected a finite result, found " +
+              found + " (the components are finite but too large for its formula)";
+    return false;
+  }
+  return true;
 }
 
 template <typename T>

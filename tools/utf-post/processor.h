@@ -10,7 +10,8 @@
 // The header gets the new columns' names; comment lines and blank lines are copied through.
 //
 // A row that cannot be processed (a missing, extra or non-numeric field, malformed quoting, a
-// point on a cylinder's axis) ends the run with a Failure "FILE:LINE: column \"NAME\": expected
+// point on a cylinder's axis, finite components whose results are not finite) ends the run with a
+// Failure "FILE:LINE: column \"NAME\": expected
 // ..., found ...", or, with skipBadRows, is left out of the output with a warning (the first
 // maxWarnings of them one by one) and counted; the run then ends with the warning "N bad rows
 // skipped of M".
