@@ -385,6 +385,7 @@ void runTable(const Options& options, Diagnostics& diagnostics) {
 } // namespace
 
 int runCommandLine(int argc, char** argv) {
+  installStopHandlers();
   CLI::App app(description, "utf-post");
   Arguments arguments;
   defineOptions(app, arguments);
@@ -417,6 +418,8 @@ int runCommandLine(int argc, char** argv) {
     } else {
       runTable(options, diagnostics);
     }
+  } catch (const OutputClosed&) {
+    status = outputClosedExitStatus;
   } catch (const Failure& failure) {
     std::fprintf(stderr, "utf-post: %s\n", failure.what());
     status = failureExitStatus;

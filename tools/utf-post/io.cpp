@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <pthread.h>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -34,43 +35,90 @@ bool writeAll(int fd, const char* data, std::size_t count) {
   return true;
 }
 
-// The temporary output file that a signal handler removes. Only async-signal-safe work happens
-// in the handler, so the path lives in a fixed array.
-char s_temporaryPath[4096];
-volatile std::sig_atomic_t s_temporaryActive = 0;
-const int s_cleanupSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGPIPE};
-struct sigaction s_previousActions[sizeof s_cleanupSignals / sizeof s_cleanupSignals[0]];
+// ---------------------------------------------------------------------------------------------
+// Interrupting signals. SIGINT, SIGTERM and SIGHUP end a run at once: the handler removes the
+// temporary output file itself, with unlink() on a path stored beforehand, writes one line with
+// write() and raises the signal again with its default action, so that the process ends by the
+// signal (a shell reports 128 + its number) as it would without the handler. The work is done in
+// the handler rather than by a flag that the row loop checks because the loop may be blocked for
+// as long as the input takes to come (a read() from a pipe or a terminal): a flag would not be
+// seen until then. Only async-signal-safe calls happen in the handler, on fixed arrays.
 
-extern "C" void removeTemporaryAndReraise(int signal) {
+const int s_stopSignals[] = {SIGINT, SIGTERM, SIGHUP};
+
+// The temporary file to remove, and the end of the message ("; out.csv not written").
+char s_temporaryPath[4096];
+char s_notWritten[4200];
+volatile std::sig_atomic_t s_temporaryActive = 0;
+bool s_handlersInstalled = false;
+
+// Copies `text` after `line[length]` as far as `capacity` allows; returns the new length.
+std::size_t appendText(char* line, std::size_t length, std::size_t capacity, const char* text) {
+  while (*text != '\0' && length + 1 < capacity) {
+    line[length++] = *text++;
+  }
+  return length;
+}
+
+const char* signalName(int signal) {
+  switch (signal) {
+  case SIGINT:
+    return "SIGINT";
+  case SIGTERM:
+    return "SIGTERM";
+  default:
+    return "SIGHUP";
+  }
+}
+
+extern "C" void stopOnSignal(int signal) {
+  char line[4400];
+  std::size_t length = appendText(line, 0, sizeof line, "utf-post: stopped by ");
+  length = appendText(line, length, sizeof line, signalName(signal));
   if (s_temporaryActive != 0) {
     ::unlink(s_temporaryPath);
     s_temporaryActive = 0;
+    length = appendText(line, length, sizeof line, s_notWritten);
   }
-  // The signal's usual effect (normally the end of the process), as if we had not caught it.
+  line[length++] = '\n';
+  (void)!::write(STDERR_FILENO, line, length);
+  // The signal's usual effect (the end of the process), as if we had not caught it: it is
+  // blocked while its handler runs and is delivered as the handler returns.
   std::signal(signal, SIG_DFL);
   std::raise(signal);
 }
 
-void installCleanup(const std::string& temporary) {
-  const std::size_t length =
-      temporary.size() < sizeof s_temporaryPath - 1 ? temporary.size() : sizeof s_temporaryPath - 1;
-  std::memcpy(s_temporaryPath, temporary.data(), length);
-  s_temporaryPath[length] = '\0';
-  s_temporaryActive = 1;
-  struct sigaction action;
-  std::memset(&action, 0, sizeof action);
-  action.sa_handler = removeTemporaryAndReraise;
-  sigemptyset(&action.sa_mask);
-  for (std::size_t i = 0; i < sizeof s_cleanupSignals / sizeof s_cleanupSignals[0]; ++i) {
-    sigaction(s_cleanupSignals[i], &action, &s_previousActions[i]);
+// Blocks the stop signals for its lifetime, so that the temporary file and its registration
+// appear (and disappear) together: a signal that comes in between is delivered afterwards.
+class StopSignalsHeld {
+public:
+  StopSignalsHeld() {
+    sigset_t held;
+    sigemptyset(&held);
+    for (const int signal : s_stopSignals) {
+      sigaddset(&held, signal);
+    }
+    pthread_sigmask(SIG_BLOCK, &held, &m_previous);
   }
+  ~StopSignalsHeld() { pthread_sigmask(SIG_SETMASK, &m_previous, nullptr); }
+  StopSignalsHeld(const StopSignalsHeld&) = delete;
+  StopSignalsHeld& operator=(const StopSignalsHeld&) = delete;
+
+private:
+  sigset_t m_previous;
+};
+
+void copyText(char* target, std::size_t capacity, const std::string& text) {
+  const std::size_t length = text.size() < capacity - 1 ? text.size() : capacity - 1;
+  std::memcpy(target, text.data(), length);
+  target[length] = '\0';
 }
 
-void removeCleanup() {
-  s_temporaryActive = 0;
-  for (std::size_t i = 0; i < sizeof s_cleanupSignals / sizeof s_cleanupSignals[0]; ++i) {
-    sigaction(s_cleanupSignals[i], &s_previousActions[i], nullptr);
-  }
+// Called with the stop signals held.
+void registerTemporary(const std::string& temporary, const std::string& target) {
+  copyText(s_temporaryPath, sizeof s_temporaryPath, temporary);
+  copyText(s_notWritten, sizeof s_notWritten, "; " + target + " not written");
+  s_temporaryActive = 1;
 }
 
 // The folder part of a path ("." for a bare name) and the name part.
@@ -86,6 +134,33 @@ void splitPath(const std::string& path, std::string& folder, std::string& name) 
 }
 
 } // namespace
+
+void installStopHandlers() {
+  if (s_handlersInstalled) {
+    return;
+  }
+  s_handlersInstalled = true;
+  struct sigaction action;
+  std::memset(&action, 0, sizeof action);
+  action.sa_handler = stopOnSignal;
+  // One stop at a time: a second signal waits while the first one's handler runs.
+  sigemptyset(&action.sa_mask);
+  for (const int signal : s_stopSignals) {
+    sigaddset(&action.sa_mask, signal);
+  }
+  for (const int signal : s_stopSignals) {
+    // A signal that the program was started with ignored stays ignored (a background job of a
+    // shell without job control is meant to survive the terminal's SIGINT).
+    struct sigaction inherited;
+    if (sigaction(signal, nullptr, &inherited) == 0 && inherited.sa_handler == SIG_IGN) {
+      continue;
+    }
+    sigaction(signal, &action, nullptr);
+  }
+  // A closed standard output is seen as the error EPIPE of the write (OutputClosed), whatever
+  // the disposition of SIGPIPE that the program inherited.
+  std::signal(SIGPIPE, SIG_IGN);
+}
 
 // ---------------------------------------------------------------------------------------------
 
@@ -147,6 +222,9 @@ std::size_t MemorySource::read(char* buffer, std::size_t capacity) {
 
 void StandardOutputSink::write(const char* data, std::size_t count) {
   if (!writeAll(STDOUT_FILENO, data, count)) {
+    if (errno == EPIPE) {
+      throw OutputClosed();
+    }
     throw Failure("<stdout>: cannot write: " + reason(errno));
   }
 }
@@ -162,12 +240,14 @@ OutputFile::OutputFile(const std::string& path) : m_path(path), m_fd(-1) {
   }
   std::string pattern =
       (folder == "/" ? std::string("/") : folder + "/") + "." + name + ".utf-post-XXXXXX";
+  installStopHandlers();
+  const StopSignalsHeld held;
   m_fd = ::mkstemp(pattern.data());
   if (m_fd < 0) {
     throw Failure(path + ": cannot create the output file: " + reason(errno));
   }
   m_temporary = pattern;
-  installCleanup(m_temporary);
+  registerTemporary(m_temporary, m_path);
 }
 
 OutputFile::~OutputFile() {
@@ -180,9 +260,10 @@ void OutputFile::discard() {
     m_fd = -1;
   }
   if (!m_temporary.empty()) {
+    const StopSignalsHeld held;
     ::unlink(m_temporary.c_str());
     m_temporary.clear();
-    removeCleanup();
+    s_temporaryActive = 0;
   }
 }
 
@@ -208,13 +289,14 @@ void OutputFile::commit() {
     discard();
     throw Failure(m_path + ": cannot write: " + reason(error));
   }
+  const StopSignalsHeld held;
   if (::rename(m_temporary.c_str(), m_path.c_str()) != 0) {
     const int error = errno;
     discard();
     throw Failure(m_path + ": cannot create the output file: " + reason(error));
   }
   m_temporary.clear();
-  removeCleanup();
+  s_temporaryActive = 0;
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -10,6 +10,13 @@
 
 namespace utf_post {
 
+// The process's handling of stop signals, installed once for good (later calls do nothing):
+// SIGINT, SIGTERM and SIGHUP remove the temporary of an OutputFile being written, print
+// "utf-post: stopped by SIGINT[; OUT not written]" on standard error and end the process by the
+// same signal (a shell reports 128 + its number: 130, 143, 129). SIGPIPE is ignored, so that a
+// closed standard output is an error of the write that the program handles (OutputClosed).
+void installStopHandlers();
+
 // Where a table's bytes come from.
 class ByteSource {
 public:
@@ -64,7 +71,8 @@ public:
   virtual void write(const char* data, std::size_t count) = 0;
 };
 
-// Standard output (not owned, not closed).
+// Standard output (not owned, not closed). A write to a closed pipe throws OutputClosed (with
+// installStopHandlers() in force, which ignores SIGPIPE), any other write error Failure.
 class StandardOutputSink : public ByteSink {
 public:
   void write(const char* data, std::size_t count) override;
@@ -82,9 +90,9 @@ private:
 
 // The output file, written all or nothing: the bytes go to a new temporary file in the target's
 // folder (".NAME.utf-post-XXXXXX"), which commit() renames onto the target. Until then the target
-// is untouched; the destructor of an uncommitted file removes the temporary, and so does an
-// interrupting signal (SIGINT, SIGTERM, SIGHUP, SIGPIPE), before the signal takes its usual
-// effect. The committed file gets the usual permissions (0666 less the umask). One at a time.
+// is untouched; the destructor of an uncommitted file removes the temporary, and so does a stop
+// signal (installStopHandlers(), which the constructor calls). The committed file gets the usual
+// permissions (0666 less the umask). One at a time.
 class OutputFile : public ByteSink {
 public:
   explicit OutputFile(const std::string& path);
