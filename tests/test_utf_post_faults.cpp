@@ -1,7 +1,7 @@
 // utf-post, run as a program, when the output fails under it: a full disk (the file-size limit
 // of the process, or the device that is always full), a standard output closed by its reader,
-// and SIGINT or SIGTERM in the middle of a large run. Each ends with its documented status and
-// message, leaves no temporary file and keeps an existing output file as it was.
+// and SIGINT, SIGTERM or SIGHUP in the middle of a large run. Each ends with its documented
+// status and message, leaves no temporary file and keeps an existing output file as it was.
 
 #include "utf_post_test_support.h"
 
@@ -262,6 +262,10 @@ TEST(OutputFaults, SigintInTheMiddleOfALargeRun) {
 
 TEST(OutputFaults, SigtermInTheMiddleOfALargeRun) {
   expectStopBySignal(SIGTERM, "SIGTERM");
+}
+
+TEST(OutputFaults, SighupInTheMiddleOfALargeRun) {
+  expectStopBySignal(SIGHUP, "SIGHUP");
 }
 
 TEST(OutputFaults, SigintOfARunToStandardOutput) {

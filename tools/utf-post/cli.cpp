@@ -385,7 +385,6 @@ void runTable(const Options& options, Diagnostics& diagnostics) {
 } // namespace
 
 int runCommandLine(int argc, char** argv) {
-  installStopHandlers();
   CLI::App app(description, "utf-post");
   Arguments arguments;
   defineOptions(app, arguments);

@@ -240,7 +240,6 @@ OutputFile::OutputFile(const std::string& path) : m_path(path), m_fd(-1) {
   }
   std::string pattern =
       (folder == "/" ? std::string("/") : folder + "/") + "." + name + ".utf-post-XXXXXX";
-  installStopHandlers();
   const StopSignalsHeld held;
   m_fd = ::mkstemp(pattern.data());
   if (m_fd < 0) {

@@ -10,7 +10,8 @@
 
 namespace utf_post {
 
-// The process's handling of stop signals, installed once for good (later calls do nothing):
+// The process's handling of stop signals, installed once for good by the program's main (later
+// calls do nothing):
 // SIGINT, SIGTERM and SIGHUP remove the temporary of an OutputFile being written, print
 // "utf-post: stopped by SIGINT[; OUT not written]" on standard error and end the process by the
 // same signal (a shell reports 128 + its number: 130, 143, 129). SIGPIPE is ignored, so that a
@@ -91,8 +92,8 @@ private:
 // The output file, written all or nothing: the bytes go to a new temporary file in the target's
 // folder (".NAME.utf-post-XXXXXX"), which commit() renames onto the target. Until then the target
 // is untouched; the destructor of an uncommitted file removes the temporary, and so does a stop
-// signal (installStopHandlers(), which the constructor calls). The committed file gets the usual
-// permissions (0666 less the umask). One at a time.
+// signal once installStopHandlers() is in force (the program's main installs it). The committed
+// file gets the usual permissions (0666 less the umask). One at a time.
 class OutputFile : public ByteSink {
 public:
   explicit OutputFile(const std::string& path);
