@@ -1152,6 +1152,15 @@ TEST(Csv, ByteOrderMarkIsKept) {
   EXPECT_EQ(r.run.out, "\xEF\xBB\xBFS11,S22,S33,S12,S13,S23,mises\n100,0,0,0,0,0,100\n");
 }
 
+TEST(Csv, ByteOrderMarkBeforeACommentStaysAtTheStart) {
+  // Found by fuzz_csv: the mark was written with the header, after the comments before it.
+  FolderRun r;
+  runOnFile(r, "\xEF\xBB\xBF# run 1\n\nS11,S22,S33,S12,S13,S23\n100,0,0,0,0,0\n",
+            {"--outputs", "mises"});
+  ASSERT_EQ(r.run.status, 0) << r.run.err;
+  EXPECT_EQ(r.run.out, "\xEF\xBB\xBF# run 1\n\nS11,S22,S33,S12,S13,S23,mises\n100,0,0,0,0,0,100\n");
+}
+
 TEST(Csv, LastLineWithoutLineEndGetsOne) {
   FolderRun r;
   runOnFile(r, "S11,S22,S33,S12,S13,S23\r\n100,0,0,0,0,0", {"--outputs", "mises"});

@@ -125,7 +125,16 @@ template <typename T>
 RunSummary TableRun<T>::run() {
   CsvRecord record;
   bool headerSeen = false;
+  bool firstRecord = true;
   while (m_reader.next(record)) {
+    if (firstRecord) {
+      // The input's byte order mark opens the output, before its first line of any kind: the
+      // reader sets it aside as it reads the first record, which may be a comment.
+      if (m_reader.byteOrderMark()) {
+        m_writer.append("\xEF\xBB\xBF");
+      }
+      firstRecord = false;
+    }
     if (record.kind != CsvRecordKind::Data) {
       copyLine(record);
       continue;
@@ -181,9 +190,6 @@ void TableRun<T>::readHeader(const CsvRecord& header) {
     m_defaultLineEnd = header.terminator;
   }
 
-  if (m_reader.byteOrderMark()) {
-    m_writer.append("\xEF\xBB\xBF");
-  }
   m_writer.append(header.text);
   for (const std::string& name : m_newColumns) {
     m_writer.put(m_reader.separator());
