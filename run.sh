@@ -20,9 +20,12 @@ cd "$(dirname "$0")"
 
 # Debian packages the build needs: compiler and build tools, GoogleTest, Google Benchmark, Eigen
 # (peer benchmarks), CLI11 (command-line tools), Highway (the batch engine's SIMD kernels), oneTBB
-# (its threads), and clang with its libFuzzer runtime (the fuzz targets).
+# (its threads), clang with its libFuzzer runtime (the fuzz targets), and for the Python package:
+# Debian's Python with its headers, pybind11, numpy, and what its tests and example use (pytest,
+# hypothesis, scipy, Dask and distributed, meshio).
 PACKAGES=(cmake ninja-build g++ libgtest-dev libgmock-dev libbenchmark-dev libeigen3-dev libcli11-dev
-  libhwy-dev libtbb-dev clang libclang-rt-14-dev)
+  libhwy-dev libtbb-dev clang libclang-rt-14-dev python3 python3-dev pybind11-dev python3-numpy
+  python3-pytest python3-hypothesis python3-scipy python3-dask python3-distributed python3-meshio)
 
 install_missing() {
   local missing=()
