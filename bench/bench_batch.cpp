@@ -34,6 +34,11 @@
 // principal values on 1 and on 2 threads (utf_batchSetThreadCount); the ratio of the two is the
 // speed-up. The engine is set back to its default (0, every core) after each benchmark.
 //
+// The data: bench_data.h's generated tensors, except that UTF_BENCH_FULL_DOUBLE_TENSORS may name a
+// file of 1,000,000 full tensors in double (raw little-endian numbers, 6 per tensor, the library's
+// order) to use for the double full layout instead: bench/bench_python.py times the Python
+// package and this program on the same tensors that way.
+//
 // Counters, per tensor: per_tensor, the wall-clock time per tensor (printed as ...ns; the Time
 // column is one pass over the 1,000,000 tensors in milliseconds, the same number); cycles, the
 // time-stamp counter's ticks per tensor between the start and the end of the timed loop. These
@@ -71,6 +76,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -130,6 +136,27 @@ struct Data {
   std::vector<T> tables;
 };
 
+// The double full tensors of the file UTF_BENCH_FULL_DOUBLE_TENSORS names, over `components`;
+// exits with a message when the file cannot be read whole.
+void readFullDoubleTensors(std::vector<double>& components) {
+  const char* path = std::getenv("UTF_BENCH_FULL_DOUBLE_TENSORS");
+  if (path == nullptr) {
+    return;
+  }
+  std::FILE* file = std::fopen(path, "rb");
+  const std::size_t wanted = 6 * kCount;
+  const std::size_t read =
+      file != nullptr ? std::fread(components.data(), sizeof(double), wanted, file) : 0;
+  if (file == nullptr || read != wanted || std::fgetc(file) != EOF) {
+    std::fprintf(stderr,
+                 "bench_batch: UTF_BENCH_FULL_DOUBLE_TENSORS=%s: expected exactly %zu "
+                 "doubles\n",
+                 path, wanted);
+    std::exit(2);
+  }
+  std::fclose(file);
+}
+
 template <typename T>
 Data<T>& dataFor(res_DataTypeEnm type) {
   static Data<T> byType[res_Tensor2dSurface + 1];
@@ -137,6 +164,11 @@ Data<T>& dataFor(res_DataTypeEnm type) {
   if (data.components.empty()) {
     utf_bench::TensorData<T> made = utf_bench::makeTensorData<T>(type, true);
     data.components = std::move(made.components);
+    if constexpr (std::is_same_v<T, double>) {
+      if (type == res_Tensor3dFull) {
+        readFullDoubleTensors(data.components);
+      }
+    }
     data.tables.resize(9 * kCount);
     if (utf_is2dTensorType(type)) {
       utf_batchTablesFrom2dRotations(made.rotations.data(), kCount, data.tables.data());
