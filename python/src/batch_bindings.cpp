@@ -24,17 +24,10 @@ namespace py = pybind11;
 
 namespace {
 
-template <typename T>
-using Array = py::array_t<T, py::array::c_style>;
+using utf_python::Array;
+using utf_python::require;
 
 using Point = std::array<double, 3>;
-
-// Raises ValueError with `message` unless `condition` holds.
-void require(bool condition, const std::string& message) {
-  if (!condition) {
-    throw py::value_error(message);
-  }
-}
 
 // Rows of a (count, width) array, after checking that it is one: count items of `width` numbers.
 template <typename T>

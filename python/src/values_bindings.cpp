@@ -34,16 +34,13 @@ namespace py = pybind11;
 
 namespace {
 
-template <typename T>
-using Array = py::array_t<T, py::array::c_style>;
+using utf_python::Array;
 
 using Axis = std::array<double, 3>;
 
-// Raises ValueError with `message` unless `condition` holds.
+// Raises ValueError with `message`, prefixed with this module's name, unless `condition` holds.
 void require(bool condition, const std::string& message) {
-  if (!condition) {
-    throw py::value_error("utf._utf.values: " + message);
-  }
+  utf_python::require(condition, "utf._utf.values: " + message);
 }
 
 // The numbers of a 1-D array as the list the value constructors copy.
