@@ -9,6 +9,7 @@
 #include "utf_BatchChecks.h"
 #include "utf_RotationArithmetic.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <cstddef>
@@ -25,11 +26,30 @@ struct Axis {
   double a[3];
 };
 
+// v scaled by the power of two that brings its largest component into [1, 2), so that no square
+// overflows (a vector of 1e200) or underflows to 0 (1e-200). The scaling is exact (but for
+// components that it takes below the normal range, far smaller than the largest), so that a
+// direction computed from the scaled vector has the bits it had before for ordinary vectors. A
+// zero, NaN or infinite vector is left as it is.
+void scaleToUnitOrder(double* v) {
+  const double largest = std::max(std::fabs(v[0]), std::max(std::fabs(v[1]), std::fabs(v[2])));
+  if (largest > 0.0 && std::isfinite(largest)) {
+    const int exponent = std::ilogb(largest);
+    for (int k = 0; k < 3; ++k) {
+      v[k] = std::ldexp(v[k], -exponent);
+    }
+  }
+}
+
+// Scaled first, every finite axis that is not zero has a direction; a zero, NaN or infinite axis
+// keeps a length of 0, NaN or infinity.
 Axis unitAxis(const double* axis) {
-  const double axisLength = std::sqrt(axis[0] * axis[0] + axis[1] * axis[1] + axis[2] * axis[2]);
+  double a[3] = {axis[0], axis[1], axis[2]};
+  scaleToUnitOrder(a);
+  const double axisLength = std::sqrt(a[0] * a[0] + a[1] * a[1] + a[2] * a[2]);
   UTF_ASSERT(axisLength > 0.0 && std::isfinite(axisLength), utf_BatchAssertLine::source,
              utf_BatchAssertLine::axisNotADirection);
-  return {{axis[0] / axisLength, axis[1] / axisLength, axis[2] / axisLength}};
+  return {{a[0] / axisLength, a[1] / axisLength, a[2] / axisLength}};
 }
 
 template <typename T>
@@ -106,7 +126,9 @@ std::size_t countUndefined(std::size_t count, Table&& table) {
 // for each point, its offset d from `from` in double, the part of d normal to the unit axis and
 // d's length. A point whose normal part is not longer than kOnAxis times its distance gets NaN
 // components; any other gets rows(axis, d, normal part, distance, table). Returns how many were
-// undefined.
+// undefined. The frame and the test depend on d's direction only, so d is scaled to the order of
+// 1 first (scaleToUnitOrder): points 1e200 or 1e-200 away get their frames too. An offset beyond
+// the largest double (a point and an origin of opposite signs near it) is formed from halves.
 template <typename T, typename Rows>
 std::size_t framesAboutAxis(const T* points, std::size_t count, const double from[3],
                             const double axis[3], T* tables, Rows&& rows) {
@@ -116,9 +138,16 @@ std::size_t framesAboutAxis(const T* points, std::size_t count, const double fro
   return countUndefined(count, [&](std::size_t i) {
     T* table = tables + 9 * i;
     double d[3];
+    const T* point = points + 3 * i;
     for (int k = 0; k < 3; ++k) {
-      d[k] = static_cast<double>(points[3 * i + static_cast<std::size_t>(k)]) - from[k];
+      d[k] = static_cast<double>(point[k]) - from[k];
     }
+    if (!(std::isfinite(d[0]) && std::isfinite(d[1]) && std::isfinite(d[2]))) {
+      for (int k = 0; k < 3; ++k) {
+        d[k] = 0.5 * static_cast<double>(point[k]) - 0.5 * from[k];
+      }
+    }
+    scaleToUnitOrder(d);
     double normal[3], normalLength, distance;
     normalPart(d, a.a, normal, normalLength, distance);
     if (!(normalLength > kOnAxis * distance)) {

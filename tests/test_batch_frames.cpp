@@ -7,8 +7,13 @@
 #include "test_support.h"
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <thread>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -228,6 +233,74 @@ TYPED_TEST(BatchFrames, AnAxisWithoutDirectionAndNullArraysFail) {
                   utf_BatchAssertLine::nullArgument);
   for (T value : table) {
     EXPECT_EQ(value, T(0));
+  }
+}
+
+TYPED_TEST(BatchFrames, AnAxisOfAnyFiniteLengthHasADirection) {
+  using T = TypeParam;
+  // Axes whose squares overflow or underflow (a power of two times a direction, so that they
+  // are exactly parallel to it) give the tables of that direction, bit for bit.
+  const T points[6] = {T(1), T(2), T(3), T(-4), T(0.5), T(7)};
+  const double origin[3] = {0.5, 0, -1};
+  const double unit[3][3] = {{0, 0, 1}, {0.6, 0, 0.8}, {1, 1, 1}};
+  const double scales[] = {std::ldexp(1.0, 700), std::ldexp(1.0, 1000), std::ldexp(1.0, -700),
+                           std::ldexp(1.0, -1000)};
+  for (const double* direction : unit) {
+    for (bool spherical : {false, true}) {
+      const auto tablesAbout = [&](const double* axis, T* tables) {
+        return spherical ? utf_batchSphericalTables(points, 2, origin, axis, tables)
+                         : utf_batchCylindricalTables(points, 2, origin, axis, tables);
+      };
+      T expected[18];
+      ASSERT_EQ(tablesAbout(direction, expected), 0u);
+      for (double scale : scales) {
+        const double axis[3] = {direction[0] * scale, direction[1] * scale, direction[2] * scale};
+        T tables[18];
+        ASSERT_EQ(tablesAbout(axis, tables), 0u) << scale;
+        expectSameBits(tables, expected, 18);
+      }
+    }
+  }
+}
+
+TYPED_TEST(BatchFrames, PointsFarFromOrCloseToTheOriginHaveTheirFrames) {
+  using T = TypeParam;
+  // The point 0 about an origin -s v, s a power of two: its offset s v is exactly parallel to v,
+  // its squares overflow or underflow, and its tables are those of the point v about 0, bit for
+  // bit.
+  const double axis[3] = {1, 2, 2};
+  const double zero[3] = {0, 0, 0};
+  const double offsets[2][3] = {{3, 1, 0.5}, {-4, 0.5, 7}};
+  const T origin0[3] = {T(0), T(0), T(0)};
+  for (bool spherical : {false, true}) {
+    const auto tableOf = [&](const T* point, const double* origin, T* table) {
+      return spherical ? utf_batchSphericalTables(point, 1, origin, axis, table)
+                       : utf_batchCylindricalTables(point, 1, origin, axis, table);
+    };
+    for (const double* v : offsets) {
+      const T point[3] = {static_cast<T>(v[0]), static_cast<T>(v[1]), static_cast<T>(v[2])};
+      T expected[9];
+      ASSERT_EQ(tableOf(point, zero, expected), 0u);
+      for (int exponent : {700, 1000, -700, -1000}) {
+        const double origin[3] = {-std::ldexp(v[0], exponent), -std::ldexp(v[1], exponent),
+                                  -std::ldexp(v[2], exponent)};
+        T table[9];
+        ASSERT_EQ(tableOf(origin0, origin, table), 0u) << exponent;
+        expectSameBits(table, expected, 9);
+      }
+    }
+    if constexpr (std::is_same<T, double>::value) {
+      // A point and an origin of opposite signs near the largest double: their offset
+      // (3 2^1023, 2^1023, 0) is beyond it, and is taken from halves.
+      const T far[3] = {static_cast<T>(std::ldexp(1.5, 1023)),
+                        static_cast<T>(std::ldexp(1.0, 1022)), T(0)};
+      const double opposite[3] = {-std::ldexp(1.5, 1023), -std::ldexp(1.0, 1022), 0};
+      const T near[3] = {T(3), T(1), T(0)};
+      T expected[9], table[9];
+      ASSERT_EQ(tableOf(near, zero, expected), 0u);
+      ASSERT_EQ(tableOf(far, opposite, table), 0u);
+      expectSameBits(table, expected, 9);
+    }
   }
 }
 
