@@ -49,7 +49,22 @@ HWY_INLINE hn::Vec<DT<T>> narrow(hn::Vec<DW> v) {
   if constexpr (std::is_same<T, double>::value) {
     return v;
   } else {
+#if HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR
+    // The emulated targets' DemoteTo stops at the largest float (an infinity included), where
+    // the value types' conversion, and every other target's, rounds to infinity: lane by lane
+    // by that conversion here.
+    const DW dw;
+    const DT<T> dt;
+    HWY_ALIGN double wideLanes[hn::MaxLanes(dw)];
+    HWY_ALIGN T lanes[hn::MaxLanes(dt)];
+    hn::Store(v, dw, wideLanes);
+    for (std::size_t i = 0; i < hn::Lanes(dw); ++i) {
+      lanes[i] = static_cast<T>(wideLanes[i]);
+    }
+    return hn::Load(dt, lanes);
+#else
     return hn::DemoteTo(DT<T>(), v);
+#endif
   }
 }
 

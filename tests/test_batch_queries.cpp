@@ -77,6 +77,29 @@ TYPED_TEST(BatchQueries, TheValueTypesBitsHoldAcrossScalesAndAtItsOverflow) {
   }
 }
 
+TYPED_TEST(BatchQueries, TheValueTypesOverflowAndInfinitiesHoldOnEveryTarget) {
+  using T = TypeParam;
+  // Beyond the value type's overflow, and with infinite components: infinity (or NaN) wherever
+  // the value type gives it, on every target, the emulated one included (its narrowing of a
+  // double to a float once stopped at the largest float).
+  const double huge = std::is_same<T, float>::value ? 1e21 : 1e156;
+  std::vector<std::array<T, 6>> tensors = randomTensors<T>(64, huge);
+  const T infinity = std::numeric_limits<T>::infinity();
+  tensors[3][3] = infinity;
+  tensors[5][0] = -infinity;
+  tensors[6][1] = infinity;
+  tensors[6][2] = infinity;
+  tensors[7] = {T(1), T(2), T(3), T(4), T(5), infinity};
+  forEachTarget([&] {
+    for (const BatchStorage& storage : everyStorage()) {
+      const BatchArray<T> array = batchArrayOf(storage, tensors);
+      for (const SameBitsQuery<T>& query : sameBitsQueries<T>()) {
+        expectValueTypeBits(array, query);
+      }
+    }
+  });
+}
+
 TYPED_TEST(BatchQueries, SignedMisesTakesTheSignOfACompressiveMean) {
   using T = TypeParam;
   // Uniaxial tension, compression, pure shear (mean 0: the sign of +mises), and -0 on the
