@@ -382,15 +382,38 @@ HWY_INLINE Vec3<V> directionOrthogonalTo(D d, const Sym<V>& b, V l, const Vec3<V
 }
 
 // The sign rule: the component of largest magnitude (the first of equal ones) made positive.
+// breaksSignRule: the lanes where that component is negative.
 template <class D, class V = hn::Vec<D>>
-HWY_INLINE Vec3<V> withSignRule(D d, const Vec3<V>& v) {
+HWY_INLINE hn::Mask<D> breaksSignRule(D d, const Vec3<V>& v) {
   const V ax = hn::Abs(v.x), ay = hn::Abs(v.y), az = hn::Abs(v.z);
   const auto xLargest = hn::And(hn::Ge(ax, ay), hn::Ge(ax, az));
   const auto yLargest = hn::Ge(ay, az);
   const V leading = hn::IfThenElse(xLargest, v.x, hn::IfThenElse(yLargest, v.y, v.z));
-  const auto negative = hn::Lt(leading, hn::Zero(d));
-  return {hn::IfThenElse(negative, hn::Neg(v.x), v.x), hn::IfThenElse(negative, hn::Neg(v.y), v.y),
-          hn::IfThenElse(negative, hn::Neg(v.z), v.z)};
+  return hn::Lt(leading, hn::Zero(d));
+}
+
+template <class M, class V>
+HWY_INLINE Vec3<V> negatedWhere(M negate, const Vec3<V>& v) {
+  return {hn::IfThenElse(negate, hn::Neg(v.x), v.x), hn::IfThenElse(negate, hn::Neg(v.y), v.y),
+          hn::IfThenElse(negate, hn::Neg(v.z), v.z)};
+}
+
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE Vec3<V> withSignRule(D d, const Vec3<V>& v) {
+  return negatedWhere(breaksSignRule(d, v), v);
+}
+
+// The sign rule on the final rows 1 and 2 of a right-handed frame, row 3 negated with either so
+// that the frame stays right-handed. The rule is applied before the rows are made orthonormal
+// too, but that step may carry a component that was a hair smaller in magnitude than the largest
+// past it (two nearly equal components of opposite signs); negating rows is exact, so where the
+// rule already holds nothing changes.
+template <class D, class V = hn::Vec<D>>
+HWY_INLINE void signRuleOnFrame(D d, Vec3<V>& v1, Vec3<V>& v2, Vec3<V>& v3) {
+  const auto negate1 = breaksSignRule(d, v1), negate2 = breaksSignRule(d, v2);
+  v1 = negatedWhere(negate1, v1);
+  v2 = negatedWhere(negate2, v2);
+  v3 = negatedWhere(hn::Xor(negate1, negate2), v3);
 }
 
 // Two unit directions made orthonormal to the rounding, and the third their cross product: v1
@@ -429,6 +452,7 @@ HWY_INLINE void fullFrame(D d, const Sym<V>& b, V l1, V l2, V l3, Vec3<V>& v1, V
   v1 = withSignRule(d, select(d, firstIsolated, isolated, negOther));
   v2 = withSignRule(d, middle);
   orthonormalFrame(d, v1, v2, v3);
+  signRuleOnFrame(d, v1, v2, v3);
 }
 
 // The principal frame of a planar or surface (scaled) tensor: the in-plane pair mu1 >= mu2 with
@@ -460,6 +484,7 @@ HWY_INLINE void reducedFrame(D d, const Sym<V>& b, V& l1, V& l2, V& l3, Vec3<V>&
   v1 = withSignRule(d, first);
   v2 = withSignRule(d, second);
   orthonormalFrame(d, v1, v2, v3);
+  signRuleOnFrame(d, v1, v2, v3);
 }
 
 // The quaternion (x, y, z, w) whose direction-cosine table has the rows v1, v2, v3 (A_ij = v_i,j),

@@ -256,6 +256,44 @@ TYPED_TEST(BatchPrincipal, TheSignRuleTheRightHandAndTheQuaternionHoldOnRandomTe
 // ---------------------------------------------------------------------------------------------
 // The queries built on the values.
 
+TYPED_TEST(BatchPrincipal, TheSignRuleHoldsOnTheFinalRowsWhenTwoComponentsNearlyTie) {
+  using T = TypeParam;
+  // S = [[a, a, a], [a, e, 0], [a, 0, 0]] with e tiny or 0: the middle direction is close to
+  // (0, 1, -1) / sqrt(2), its two largest components a rounding apart (or tied), so that making
+  // the rows orthonormal can change which one is larger after the rule was applied.
+  std::vector<std::array<T, 6>> tensors;
+  for (double a : {-8577.50588235294, 1.0, -3.25, 1e10, 0.1}) {
+    for (double e : {0.0, 1.891312779731121e-307, -1e-300, 1e-12 * a, -3e-16 * a}) {
+      tensors.push_back(
+          {static_cast<T>(a), static_cast<T>(e), T(0), static_cast<T>(a), static_cast<T>(a), T(0)});
+    }
+  }
+  const std::size_t n = tensors.size();
+  forEachTarget([&] {
+    for (utf_BatchOrder order : {utf_BatchOrder::Library, utf_BatchOrder::Matrix}) {
+      const BatchArray<T> array = batchArrayOf<T>(
+          {res_Tensor3dFull, order, false, order == utf_BatchOrder::Matrix ? 2u : 0u}, tensors);
+      std::vector<T> values(3 * n), rows(9 * n);
+      utf_batchPrincipalDirections(array.view(), values.data(), rows.data());
+      for (std::size_t i = 0; i < n; ++i) {
+        for (int r = 0; r < 2; ++r) {
+          const T* row = &rows[9 * i + 3 * r];
+          int largest = 0;
+          for (int k = 1; k < 3; ++k) {
+            if (std::fabs(row[k]) > std::fabs(row[largest])) {
+              largest = k;
+            }
+          }
+          EXPECT_GT(row[largest], T(0)) << "tensor " << i << ", row " << r << ": " << row[0] << ", "
+                                        << row[1] << ", " << row[2];
+        }
+        const FrameError frame = frameError(tensors[i], &values[3 * i], &rows[9 * i]);
+        EXPECT_NEAR(frame.determinant, 1.0, 8 * unitRoundoff<T>()) << "tensor " << i;
+      }
+    }
+  });
+}
+
 TYPED_TEST(BatchPrincipal, TrescaMaxShearAndWorstPrincipalComeFromTheValuesBitForBit) {
   using T = TypeParam;
   std::vector<std::array<T, 6>> tensors = randomTensors<T>(2000, 100.0);
