@@ -10,6 +10,8 @@
 #                   install what is missing, then configure and build the `fuzz` preset (clang,
 #                   libFuzzer) and run every fuzz target for SECONDS each (default 30) on a copy
 #                   of its seeds in build/fuzz/corpus; fails, naming the saved input, on a finding
+#   ./run.sh tsan   install what is missing, then configure and build the batch engine's tests
+#                   under the `tsan` preset (ThreadSanitizer) and run them on the engine's threads
 #   ./run.sh deps   only install what is missing from the platform's packages
 #
 # Missing tools and libraries come from the platform's packages (apt-get install -y), and only
@@ -89,6 +91,11 @@ fuzz_target() {
   fi
 }
 
+run_tsan() {
+  install_missing
+  cmake --workflow --preset tsan
+}
+
 run_fuzz() {
   local seconds="${1:-30}"
   if ! [[ "$seconds" =~ ^[1-9][0-9]*$ ]]; then
@@ -106,13 +113,14 @@ run_fuzz() {
 }
 
 usage() {
-  sed -n '2,16p' "$0" | sed 's/^# \{0,1\}//'
+  sed -n '2,18p' "$0" | sed 's/^# \{0,1\}//'
 }
 
 case "${1:-}" in
   demo) run_demo ;;
   test) run_tests ;;
   fuzz) run_fuzz "${2:-30}" ;;
+  tsan) run_tsan ;;
   deps) install_missing ;;
   -h | --help | help) usage ;;
   *)

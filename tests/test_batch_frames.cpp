@@ -322,4 +322,82 @@ TYPED_TEST(BatchFrames, ACylindricalFrameFeedsATransform) {
   EXPECT_NEAR(local[3], 0.0, 1e-4);
 }
 
+// ---------------------------------------------------------------------------------------------
+// Several callers at once.
+
+// Runs call(caller) `rounds` times on each of `callers` threads at once, while one more thread
+// keeps changing the engine's thread count (2, 1, 3, 0, ...) and reading it back; returns when
+// all are done, with the count back at 0 (every core).
+template <typename Call>
+void callAtOnceWhileTheThreadCountChanges(int callers, int rounds, Call&& call) {
+  std::atomic<bool> done{false};
+  std::thread changer([&done] {
+    const int counts[] = {2, 1, 3, 0};
+    for (int round = 0; !done.load(); ++round) {
+      utf_batchSetThreadCount(counts[round % 4]);
+      EXPECT_GE(utf_batchThreadCount(), 1);
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+  });
+  std::vector<std::thread> threads;
+  for (int caller = 0; caller < callers; ++caller) {
+    threads.emplace_back([&call, caller, rounds] {
+      for (int round = 0; round < rounds; ++round) {
+        call(caller);
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  done.store(true);
+  changer.join();
+  utf_batchSetThreadCount(0);
+}
+
+template <typename T>
+bool sameBitsAll(const std::vector<T>& a, const std::vector<T>& b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
+}
+
+TYPED_TEST(BatchFrames, SeveralCallersAtOnceWhileTheThreadCountChangesKeepTablesAndCounts) {
+  using T = TypeParam;
+  // Points on the axis in several blocks: each call counts them from every block it runs.
+  const std::size_t n = 3 * utf_batchBlockSize + 5;
+  std::vector<T> points(3 * n);
+  for (T& value : points) {
+    value = static_cast<T>(uniform(-10, 10));
+  }
+  const double origin[3] = {1, -2, 3};
+  const double axis[3] = {1, 2, 2};
+  for (std::size_t i : {std::size_t{0}, std::size_t{4200}, std::size_t{9000}, n - 1}) {
+    points[3 * i] = T(4), points[3 * i + 1] = T(4), points[3 * i + 2] = T(9); // origin + 3 axis
+  }
+  std::vector<T> quaternions(4 * n);
+  for (T& value : quaternions) {
+    value = static_cast<T>(uniform(-1, 1));
+  }
+  utf_batchSetThreadCount(1);
+  std::vector<T> cylindrical(9 * n), spherical(9 * n), rotations(9 * n);
+  ASSERT_EQ(utf_batchCylindricalTables(points.data(), n, origin, axis, cylindrical.data()), 4u);
+  const std::size_t undefined =
+      utf_batchSphericalTables(points.data(), n, origin, axis, spherical.data());
+  utf_batchTablesFromQuaternions(quaternions.data(), n, rotations.data());
+  const int callers = 3;
+  std::vector<int> differences(callers, 0);
+  callAtOnceWhileTheThreadCountChanges(callers, 3, [&](int caller) {
+    std::vector<T> c(9 * n), s(9 * n), r(9 * n);
+    const std::size_t onAxis = utf_batchCylindricalTables(points.data(), n, origin, axis, c.data());
+    const std::size_t atPoles = utf_batchSphericalTables(points.data(), n, origin, axis, s.data());
+    utf_batchTablesFromQuaternions(quaternions.data(), n, r.data());
+    differences[caller] += onAxis == 4 && atPoles == undefined && sameBitsAll(c, cylindrical) &&
+                                   sameBitsAll(s, spherical) && sameBitsAll(r, rotations)
+                               ? 0
+                               : 1;
+  });
+  for (int caller = 0; caller < callers; ++caller) {
+    EXPECT_EQ(differences[caller], 0) << "caller " << caller;
+  }
+}
+
 } // namespace

@@ -11,8 +11,12 @@
 #include "test_support.h"
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -500,6 +504,67 @@ TYPED_TEST(BatchPrincipal, ANullArrayWithTensorsFailsBeforeAnythingIsWritten) {
   }
   // The quaternions are optional.
   utf_batchPrincipalDirections(array.view(), values, rows, static_cast<T*>(nullptr));
+}
+
+// ---------------------------------------------------------------------------------------------
+// Several callers at once.
+
+// Runs call(caller) `rounds` times on each of `callers` threads at once, while one more thread
+// keeps changing the engine's thread count (2, 1, 3, 0, ...) and reading it back; returns when
+// all are done, with the count back at 0 (every core).
+template <typename Call>
+void callAtOnceWhileTheThreadCountChanges(int callers, int rounds, Call&& call) {
+  std::atomic<bool> done{false};
+  std::thread changer([&done] {
+    const int counts[] = {2, 1, 3, 0};
+    for (int round = 0; !done.load(); ++round) {
+      utf_batchSetThreadCount(counts[round % 4]);
+      EXPECT_GE(utf_batchThreadCount(), 1);
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+  });
+  std::vector<std::thread> threads;
+  for (int caller = 0; caller < callers; ++caller) {
+    threads.emplace_back([&call, caller, rounds] {
+      for (int round = 0; round < rounds; ++round) {
+        call(caller);
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  done.store(true);
+  changer.join();
+  utf_batchSetThreadCount(0);
+}
+
+template <typename T>
+bool sameBitsAll(const std::vector<T>& a, const std::vector<T>& b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
+}
+
+TYPED_TEST(BatchPrincipal, SeveralCallersAtOnceWhileTheThreadCountChangesKeepTheirBits) {
+  using T = TypeParam;
+  const std::size_t count = 3 * utf_batchBlockSize + 21;
+  const std::vector<T> flat = flattened(randomTensors<T>(count, 10.0));
+  const utf_BatchTensors<T> view(flat.data(), count, res_Tensor3dFull, false);
+  utf_batchSetThreadCount(1);
+  std::vector<T> values(3 * count), rows(9 * count), lode(count);
+  utf_batchPrincipalDirections(view, values.data(), rows.data());
+  utf_batchLodeAngle(view, lode.data());
+  const int callers = 3;
+  std::vector<int> differences(callers, 0);
+  callAtOnceWhileTheThreadCountChanges(callers, 3, [&](int caller) {
+    std::vector<T> v(3 * count), r(9 * count), l(count);
+    utf_batchPrincipalDirections(view, v.data(), r.data());
+    utf_batchLodeAngle(view, l.data());
+    differences[caller] +=
+        sameBitsAll(v, values) && sameBitsAll(r, rows) && sameBitsAll(l, lode) ? 0 : 1;
+  });
+  for (int caller = 0; caller < callers; ++caller) {
+    EXPECT_EQ(differences[caller], 0) << "caller " << caller;
+  }
 }
 
 } // namespace

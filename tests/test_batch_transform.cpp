@@ -8,8 +8,12 @@
 #include "test_support.h"
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cmath>
+#include <cstring>
 #include <limits>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -341,6 +345,75 @@ TYPED_TEST(BatchTransform, NothingIsAllocatedPerTensor) {
                             vectors.data());
   EXPECT_EQ(counter.Count(), 0);
   utf_batchSetThreadCount(0);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Several callers at once.
+
+// Runs call(caller) `rounds` times on each of `callers` threads at once, while one more thread
+// keeps changing the engine's thread count (2, 1, 3, 0, ...) and reading it back; returns when
+// all are done, with the count back at 0 (every core).
+template <typename Call>
+void callAtOnceWhileTheThreadCountChanges(int callers, int rounds, Call&& call) {
+  std::atomic<bool> done{false};
+  std::thread changer([&done] {
+    const int counts[] = {2, 1, 3, 0};
+    for (int round = 0; !done.load(); ++round) {
+      utf_batchSetThreadCount(counts[round % 4]);
+      EXPECT_GE(utf_batchThreadCount(), 1);
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+  });
+  std::vector<std::thread> threads;
+  for (int caller = 0; caller < callers; ++caller) {
+    threads.emplace_back([&call, caller, rounds] {
+      for (int round = 0; round < rounds; ++round) {
+        call(caller);
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  done.store(true);
+  changer.join();
+  utf_batchSetThreadCount(0);
+}
+
+template <typename T>
+bool sameBitsAll(const std::vector<T>& a, const std::vector<T>& b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
+}
+
+TYPED_TEST(BatchTransform, SeveralCallersAtOnceWhileTheThreadCountChangesKeepTheirBits) {
+  using T = TypeParam;
+  // Each caller turns its own copy of the tensors in place and the shared vectors into its own
+  // output, with the same per-item tables.
+  const std::size_t count = 3 * utf_batchBlockSize + 11;
+  const BatchArray<T> array = batchArrayOf<T>({res_Tensor3dFull, utf_BatchOrder::Library, false, 0},
+                                              randomTensors<T>(count, 10.0));
+  const Rotations<T> rotations = randomRotations<T>(res_Tensor3dFull, count);
+  const utf_BatchTables<T> tables = utf_BatchTables<T>::perItem(rotations.tables.data(), count);
+  std::vector<T> vectors(3 * count);
+  for (T& value : vectors) {
+    value = static_cast<T>(uniform(-10, 10));
+  }
+  utf_batchSetThreadCount(1);
+  std::vector<T> turned(6 * count), turnedVectors(3 * count);
+  utf_batchTensorsToNewAxes(array.view(), tables, turned.data());
+  utf_batchVectorsToOldAxes(vectors.data(), count, tables, turnedVectors.data());
+  const int callers = 3;
+  std::vector<int> differences(callers, 0);
+  callAtOnceWhileTheThreadCountChanges(callers, 3, [&](int caller) {
+    std::vector<T> inPlace = array.stored, v(3 * count);
+    const utf_BatchTensors<T> view(inPlace.data(), count, res_Tensor3dFull, false);
+    utf_batchTensorsToNewAxes(view, tables, inPlace.data());
+    utf_batchVectorsToOldAxes(vectors.data(), count, tables, v.data());
+    differences[caller] += sameBitsAll(inPlace, turned) && sameBitsAll(v, turnedVectors) ? 0 : 1;
+  });
+  for (int caller = 0; caller < callers; ++caller) {
+    EXPECT_EQ(differences[caller], 0) << "caller " << caller;
+  }
 }
 
 } // namespace
