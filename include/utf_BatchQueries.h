@@ -28,9 +28,12 @@
 // Mises, pressure and the third invariant are the value type's formulas and rounding, so they
 // carry the value type's limits (utf_Tensor.h): components beyond about 1e154 (float: Mises
 // beyond about 1.8e19, the third invariant beyond about 7e12) overflow to infinity. Tresca,
-// maxShear, worstPrincipal and lodeAngle come from the engine's principal values and are finite
-// for every finite tensor, with the accuracy stated in utf_BatchPrincipal.h; the Lode angle to
-// within 16 u radians times ||S|| / sqrt(J2) (u the unit roundoff).
+// maxShear, worstPrincipal and lodeAngle come from the engine's principal values, with the
+// accuracy stated in utf_BatchPrincipal.h; the Lode angle to within 16 u radians times
+// ||S|| / sqrt(J2) (u the unit roundoff). They are finite for every finite tensor whose result
+// lies within the range of T: the Lode angle always (but where J2 = 0), the others unless
+// P1 - P3 (Tresca), P1 or P3 lies beyond the largest T, which takes components beyond about a
+// sixth of it (the Tresca of diag(max, 0, -max) is +inf, its maximum shear max).
 
 #include "utf_BatchExport.h"
 #include "utf_BatchTensors.h"

@@ -322,6 +322,32 @@ TYPED_TEST(BatchPrincipal, TrescaMaxShearAndWorstPrincipalComeFromTheValuesBitFo
   }
 }
 
+TYPED_TEST(BatchPrincipal, TheQueriesOnTheValuesOverflowOnlyBeyondTheLargestT) {
+  using T = TypeParam;
+  const T big = std::numeric_limits<T>::max();
+  const T eighth = big / 8;
+  // diag(max, 0, -max): P1 - P3 = 2 max is beyond T, the maximum shear, the worst value and the
+  // Lode angle (pure shear) are not; every component max: P1 = 3 max is beyond T; components up
+  // to an eighth of max: every result finite.
+  const std::vector<T> flat = {big, T(0), -big, T(0),   T(0),    T(0),   big,    big,     big,
+                               big, big,  big,  eighth, -eighth, eighth, eighth, -eighth, eighth};
+  const utf_BatchTensors<T> view(flat.data(), 3, res_Tensor3dFull, false);
+  std::vector<T> tresca(3), maxShear(3), worst(3), lode(3);
+  utf_batchTresca(view, tresca.data());
+  utf_batchMaxShear(view, maxShear.data());
+  utf_batchWorstPrincipal(view, worst.data());
+  utf_batchLodeAngle(view, lode.data());
+  EXPECT_EQ(tresca[0], std::numeric_limits<T>::infinity());
+  EXPECT_EQ(maxShear[0], big);
+  EXPECT_EQ(worst[0], big);
+  EXPECT_NEAR(lode[0], 0.0, 16 * unitRoundoff<T>());
+  EXPECT_EQ(worst[1], std::numeric_limits<T>::infinity());
+  EXPECT_TRUE(std::isfinite(lode[1])) << lode[1];
+  for (const std::vector<T>* results : {&tresca, &maxShear, &worst, &lode}) {
+    EXPECT_TRUE(std::isfinite((*results)[2])) << (*results)[2];
+  }
+}
+
 TYPED_TEST(BatchPrincipal, TheLodeAngleByItsDefinitionAndWhereItIsUndefined) {
   using T = TypeParam;
   const double pi = kPi;
