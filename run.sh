@@ -67,7 +67,7 @@ run_tests() {
   cmake --workflow --preset asan
 }
 
-FUZZ_TARGETS=(fuzz_csv fuzz_options)
+FUZZ_TARGETS=(fuzz_csv fuzz_options fuzz_batch)
 
 # Runs one fuzz target for $2 seconds on build/fuzz/corpus/TARGET (the repository's seeds added to
 # what earlier runs kept); a finding is saved under build/fuzz/findings/TARGET/.
