@@ -110,40 +110,58 @@ int utf_batchThreadCount() {
 
 namespace utf_batch {
 
-void runBlocks(std::size_t count, BlockBody body, void* context) {
-  const std::size_t blocks = (count + utf_batchBlockSize - 1) / utf_batchBlockSize;
-  const auto runBlock = [&](std::size_t block) {
+namespace {
+
+// A call's blocks on the arena: parallel_for over them, one task per block (the split decides
+// only which thread runs a block, never its results). The arena runs the loop on the caller's
+// thread, or on a thread of its own when it has no place for the caller (the caller then waits):
+// the loop states its order to ThreadSanitizer by its own address, which it knows before it reads
+// anything the caller wrote, and each block's task by the same address; they return by the
+// address of handedBack.
+struct BlockLoop {
+  std::size_t count;
+  std::size_t blocks;
+  BlockBody body;
+  void* context;
+  char handedBack;
+
+  void runBlock(std::size_t block) const {
     const std::size_t begin = block * utf_batchBlockSize;
     const std::size_t end = begin + utf_batchBlockSize < count ? begin + utf_batchBlockSize : count;
     body(context, begin, end);
-  };
-  const std::shared_ptr<oneapi::tbb::task_arena> arena = blocks > 1 ? currentArena() : nullptr;
+  }
+
+  void operator()() const {
+    BlockLoop* const self = const_cast<BlockLoop*>(this);
+    happensAfter(self);
+    oneapi::tbb::parallel_for(
+        oneapi::tbb::blocked_range<std::size_t>(0, blocks, 1),
+        [self](const oneapi::tbb::blocked_range<std::size_t>& range) {
+          happensAfter(self);
+          for (std::size_t block = range.begin(); block != range.end(); ++block) {
+            self->runBlock(block);
+          }
+          happensBefore(&self->handedBack);
+        },
+        oneapi::tbb::simple_partitioner());
+    happensBefore(&self->handedBack);
+  }
+};
+
+} // namespace
+
+void runBlocks(std::size_t count, BlockBody body, void* context) {
+  BlockLoop loop{count, (count + utf_batchBlockSize - 1) / utf_batchBlockSize, body, context, 0};
+  const std::shared_ptr<oneapi::tbb::task_arena> arena = loop.blocks > 1 ? currentArena() : nullptr;
   if (!arena) {
-    for (std::size_t block = 0; block < blocks; ++block) {
-      runBlock(block);
+    for (std::size_t block = 0; block < loop.blocks; ++block) {
+      loop.runBlock(block);
     }
     return;
   }
-  // One task per block: the split decides only which thread runs a block, never its results.
-  // (The arena may run the delegate itself on a thread of its own when it has no place for the
-  // caller, hence the annotations around it too.)
-  char handedOut = 0, handedBack = 0;
-  happensBefore(&handedOut);
-  arena->execute([&] {
-    happensAfter(&handedOut);
-    oneapi::tbb::parallel_for(
-        oneapi::tbb::blocked_range<std::size_t>(0, blocks, 1),
-        [&](const oneapi::tbb::blocked_range<std::size_t>& range) {
-          happensAfter(&handedOut);
-          for (std::size_t block = range.begin(); block != range.end(); ++block) {
-            runBlock(block);
-          }
-          happensBefore(&handedBack);
-        },
-        oneapi::tbb::simple_partitioner());
-    happensBefore(&handedBack);
-  });
-  happensAfter(&handedBack);
+  happensBefore(&loop);
+  arena->execute(loop);
+  happensAfter(&loop.handedBack);
 }
 
 } // namespace utf_batch
