@@ -458,8 +458,11 @@ HWY_INLINE void fullFrame(D d, const Sym<V>& b, V l1, V l2, V l3, Vec3<V>& v1, V
 // The principal frame of a planar or surface (scaled) tensor: the in-plane pair mu1 >= mu2 with
 // directions (c, s, 0) and (-s, c, 0), and the out-of-plane value (S33, or 0) along e3, ranked;
 // the sign rule on rows 1 and 2, made orthonormal, row 3 = row 1 x row 2. (c, s) comes from the
-// row of the block
-// that has no cancellation: (half + h, a12) when a11 >= a22, (a12, h - half) otherwise.
+// row of the block that has no cancellation: (half + h, a12) when a11 >= a22, (a12, h - half)
+// otherwise, with half, a12 and h first scaled by the power of two of the larger of half and a12:
+// the in-plane deviator may be far smaller than the tensor (a11 = a22, a12 at 1e-160 of them),
+// and its squares would otherwise fall below the normal numbers and lose the direction's length.
+// The scaling is exact, so that where nothing falls that low the direction keeps its bits.
 template <class D, class V = hn::Vec<D>>
 HWY_INLINE void reducedFrame(D d, const Sym<V>& b, V& l1, V& l2, V& l3, Vec3<V>& v1, Vec3<V>& v2,
                              Vec3<V>& v3) {
@@ -467,9 +470,14 @@ HWY_INLINE void reducedFrame(D d, const Sym<V>& b, V& l1, V& l2, V& l3, Vec3<V>&
   V mu1, mu2, half, h;
   inplanePairOf(d, b, mu1, mu2, half, h);
   const V zero = hn::Zero(d);
+  V scale, unscale;
+  powerOfTwoScale(d, hn::Max(hn::Abs(half), hn::Abs(b.a12)), scale, unscale);
+  const V halfScaled = hn::Mul(half, scale), a12Scaled = hn::Mul(b.a12, scale);
+  const V hScaled =
+      hn::Sqrt(hn::Add(hn::Mul(halfScaled, halfScaled), hn::Mul(a12Scaled, a12Scaled)));
   const auto firstLarger = hn::Ge(half, zero);
-  const V cx = hn::IfThenElse(firstLarger, hn::Add(half, h), b.a12);
-  const V cy = hn::IfThenElse(firstLarger, b.a12, hn::Sub(h, half));
+  const V cx = hn::IfThenElse(firstLarger, hn::Add(halfScaled, hScaled), a12Scaled);
+  const V cy = hn::IfThenElse(firstLarger, a12Scaled, hn::Sub(hScaled, halfScaled));
   const Vec3<V> e1 = unitOr1(d, Vec3<V>{cx, cy, zero}, hn::Add(hn::Mul(cx, cx), hn::Mul(cy, cy)));
   const Vec3<V> e2{hn::Neg(e1.y), e1.x, zero};
   const Vec3<V> e3{zero, zero, hn::Set(d, T(1))};

@@ -129,6 +129,37 @@ TYPED_TEST(BatchPrincipal, PlanarAndSurfaceTensorsGiveThe3dTensorsValuesAndFrame
   }
 }
 
+TYPED_TEST(BatchPrincipal, AnInplaneDeviatorFarSmallerThanTheTensorKeepsAUnitFrame) {
+  using T = TypeParam;
+  // S11 = S22 = a and S12 far below a (the squares of the scaled in-plane deviator below the
+  // normal numbers): the in-plane directions are (1, 1) / sqrt(2) and (-1, 1) / sqrt(2), unit
+  // and orthogonal within the published bounds.
+  const bool isFloat = std::is_same<T, float>::value;
+  const T a = isFloat ? T(-3e-10f) : T(-1.1031085289146104e-146);
+  std::vector<std::array<T, 6>> tensors;
+  for (double ratio : {1e-170, 1e-160, 1e-155, 1e-30, 1e-25, 1e-21}) {
+    const T e = static_cast<T>(static_cast<double>(a) * ratio);
+    tensors.push_back({a, a, T(0), e, T(0), T(0)});
+    tensors.push_back({a, a, a, -e, T(0), T(0)});
+  }
+  for (res_DataTypeEnm layout :
+       {res_Tensor3dPlanar, res_Tensor3dSurface, res_Tensor2dPlanar, res_Tensor2dSurface}) {
+    const BatchArray<T> array =
+        batchArrayOf<T>({layout, utf_BatchOrder::Library, false, 0}, tensors);
+    std::vector<T> values(3 * tensors.size()), rows(9 * tensors.size());
+    utf_batchPrincipalDirections(array.view(), values.data(), rows.data());
+    for (std::size_t i = 0; i < tensors.size(); ++i) {
+      const std::array<T, 6> full{
+          tensors[i][0], tensors[i][1], isSurface(layout) ? T(0) : tensors[i][2],
+          tensors[i][3], T(0),          T(0)};
+      const FrameError frame = frameError(full, &values[3 * i], &rows[9 * i]);
+      EXPECT_LE(frame.residual, kResidualBound) << layoutName(layout) << " " << i;
+      EXPECT_LE(frame.orthogonality, kOrthogonalityBound) << layoutName(layout) << " " << i;
+      EXPECT_NEAR(frame.determinant, 1.0, 8 * unitRoundoff<T>()) << layoutName(layout) << " " << i;
+    }
+  }
+}
+
 TYPED_TEST(BatchPrincipal, TheTableOfDifferencesWithTheValueType) {
   using T = TypeParam;
   // A surface tensor with a negative in-plane pair: the engine ranks the out-of-plane 0 first;
