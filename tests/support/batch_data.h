@@ -14,11 +14,15 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
+#include <thread>
 #include <vector>
 
 // One way of storing a layout: its order, whether shears are engineering shears, and the padding
@@ -183,6 +187,42 @@ void forEachTarget(Check&& check) {
     check();
   }
   hwy::SetSupportedTargetsForTest(0);
+}
+
+// Runs call(caller) `rounds` times on each of `callers` threads at once, while one more thread
+// keeps changing the engine's thread count (2, 1, 3, 0, ...) and reading it back; returns when
+// all are done, with the count back at 0 (every core).
+template <typename Call>
+void callAtOnceWhileTheThreadCountChanges(int callers, int rounds, Call&& call) {
+  std::atomic<bool> done{false};
+  std::thread changer([&done] {
+    const int counts[] = {2, 1, 3, 0};
+    for (int round = 0; !done.load(); ++round) {
+      utf_batchSetThreadCount(counts[round % 4]);
+      EXPECT_GE(utf_batchThreadCount(), 1);
+      std::this_thread::sleep_for(std::chrono::microseconds(200));
+    }
+  });
+  std::vector<std::thread> threads;
+  for (int caller = 0; caller < callers; ++caller) {
+    threads.emplace_back([&call, caller, rounds] {
+      for (int round = 0; round < rounds; ++round) {
+        call(caller);
+      }
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  done.store(true);
+  changer.join();
+  utf_batchSetThreadCount(0);
+}
+
+// Whether two arrays hold the same numbers, bit for bit.
+template <typename T>
+bool sameBitsAll(const std::vector<T>& a, const std::vector<T>& b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
 }
 
 #endif
